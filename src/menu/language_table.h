@@ -1,0 +1,22 @@
+// The caption table embedded in the module: section -> key -> value.
+#pragma once
+#include <windows.h>
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillet {
+
+using LanguageTable = std::map<std::wstring, std::map<std::wstring, std::wstring>>;
+
+// Parses the UTF-16 table resource; a missing or oversized resource leaves the table empty.
+void LoadLanguageTable(HINSTANCE module, LPCWSTR resourceType, UINT resourceId, LanguageTable& table);
+// Parses table text (without the byte-order mark) into the table.
+void ParseLanguageTable(std::wstring_view text, LanguageTable& table);
+std::wstring GetValue(const LanguageTable& table, const std::wstring& section, const std::wstring& key,
+                      const std::wstring& defaultValue);
+std::vector<std::wstring> SplitAndTrim(std::wstring_view text, wchar_t separator);
+
+} // namespace quillet

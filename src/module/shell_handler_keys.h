@@ -1,0 +1,10 @@
+// The keys that make Explorer load the handler for files, directories, folders and shortcuts.
+#pragma once
+
+namespace quillet {
+
+// Results are ignored on purpose: a key that cannot be written does not stop the others.
+void WriteShellHandlerKeys();
+void DeleteShellHandlerKeys();
+
+} // namespace quillet

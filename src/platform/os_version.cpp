@@ -1,0 +1,65 @@
+#include "platform/os_version.h"
+
+namespace quillet {
+namespace {
+
+LONG g_nativeOs64Bit = -1; // -1: not yet known
+
+OSVERSIONINFOW QueryVersion()
+{
+    OSVERSIONINFOW info = {};
+    info.dwOSVersionInfoSize = sizeof(info);
+#if defined(_MSC_VER)
+#pragma warning(suppress : 4996) // the manifest-independent answer is the one wanted here
+    GetVersionExW(&info);
+#else
+    GetVersionExW(&info);
+#endif
+    return info;
+}
+
+} // namespace
+
+BOOL IsNativeOs64Bit()
+{
+    if (g_nativeOs64Bit >= 0)
+        return g_nativeOs64Bit != 0 ? 1 : 0;
+    g_nativeOs64Bit = 0;
+
+    // Only a gate: a system that answers neither form is not examined further.
+    OSVERSIONINFOEXW extended = {};
+    extended.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXW);
+    if (!GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&extended))) {
+        OSVERSIONINFOW basic = {};
+        basic.dwOSVersionInfoSize = sizeof(OSVERSIONINFOW);
+        if (!GetVersionExW(&basic))
+            return 0;
+    }
+
+    using GetNativeSystemInfoFn = void(WINAPI*)(LPSYSTEM_INFO);
+    auto getNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetNativeSystemInfo")));
+    if (!getNativeSystemInfo)
+        return 0;
+    SYSTEM_INFO system = {};
+    getNativeSystemInfo(&system);
+    if (system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||
+        system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_IA64) {
+        g_nativeOs64Bit = 1;
+        return 1;
+    }
+    return 0;
+}
+
+bool IsWindowsXP()
+{
+    const OSVERSIONINFOW info = QueryVersion();
+    return info.dwMajorVersion == 5 && info.dwMinorVersion == 1;
+}
+
+bool IsVistaOrLater()
+{
+    return QueryVersion().dwMajorVersion >= 6;
+}
+
+} // namespace quillet

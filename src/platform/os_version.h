@@ -1,0 +1,14 @@
+// Operating-system tests.
+#pragma once
+#include <windows.h>
+
+namespace quillet {
+
+// 1 when the machine runs a 64-bit Windows; computed once per process.
+BOOL IsNativeOs64Bit();
+// Version 5.1 exactly.
+bool IsWindowsXP();
+// Major version 6 or more.
+bool IsVistaOrLater();
+
+} // namespace quillet

@@ -1,0 +1,20 @@
+// Scope guard that turns WOW64 file-system redirection off for the calling thread.
+#pragma once
+#include <windows.h>
+
+namespace quillet {
+
+class CWow64FsRedirector {
+public:
+    CWow64FsRedirector();
+    virtual ~CWow64FsRedirector();
+    CWow64FsRedirector(const CWow64FsRedirector&) = delete;
+    CWow64FsRedirector& operator=(const CWow64FsRedirector&) = delete;
+
+private:
+    HMODULE m_kernel = nullptr;
+    PVOID m_savedValue = nullptr;
+    BOOL m_active = FALSE;
+};
+
+} // namespace quillet

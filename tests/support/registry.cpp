@@ -1,0 +1,154 @@
+#include "support/registry.h"
+
+#include <algorithm>
+
+#include "platform/handles.h"
+
+namespace quillet::test {
+namespace {
+
+UniqueRegKey Open(HKEY root, const std::wstring& subKey, REGSAM access)
+{
+    UniqueRegKey key;
+    if (RegOpenKeyExW(root, subKey.c_str(), 0, access, key.put()) != ERROR_SUCCESS)
+        key.release();
+    return key;
+}
+
+} // namespace
+
+ScopedRegistryValue::ScopedRegistryValue(HKEY root, std::wstring subKey, std::wstring valueName, REGSAM view)
+    : m_root(root), m_subKey(std::move(subKey)), m_valueName(std::move(valueName)), m_view(view)
+{
+    UniqueRegKey key = Open(m_root, m_subKey, KEY_QUERY_VALUE | m_view);
+    m_keyExisted = static_cast<bool>(key);
+    if (!key)
+        return;
+    DWORD type = 0, bytes = 0;
+    if (RegQueryValueExW(key.get(), m_valueName.c_str(), nullptr, &type, nullptr, &bytes) != ERROR_SUCCESS)
+        return;
+    std::vector<BYTE> data(bytes);
+    if (RegQueryValueExW(key.get(), m_valueName.c_str(), nullptr, &type, data.data(), &bytes) == ERROR_SUCCESS) {
+        data.resize(bytes);
+        m_old.emplace(type, std::move(data));
+    }
+}
+
+ScopedRegistryValue::~ScopedRegistryValue()
+{
+    if (!m_keyExisted) {
+        DeleteTree(m_root, m_subKey, m_view);
+        return;
+    }
+    if (m_old)
+        SetRaw(m_old->first, m_old->second.data(), static_cast<DWORD>(m_old->second.size()));
+    else
+        Delete();
+}
+
+void ScopedRegistryValue::SetRaw(DWORD type, const void* data, DWORD bytes)
+{
+    UniqueRegKey key;
+    if (RegCreateKeyExW(m_root, m_subKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE | m_view, nullptr, key.put(),
+                        nullptr) != ERROR_SUCCESS)
+        return;
+    RegSetValueExW(key.get(), m_valueName.c_str(), 0, type, static_cast<const BYTE*>(data), bytes);
+}
+
+void ScopedRegistryValue::SetString(const std::wstring& data)
+{
+    SetRaw(REG_SZ, data.c_str(), static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t)));
+}
+
+void ScopedRegistryValue::SetDword(DWORD data)
+{
+    SetRaw(REG_DWORD, &data, sizeof(data));
+}
+
+void ScopedRegistryValue::Delete()
+{
+    UniqueRegKey key = Open(m_root, m_subKey, KEY_SET_VALUE | m_view);
+    if (key)
+        RegDeleteValueW(key.get(), m_valueName.c_str());
+}
+
+ScopedKeyRemoval::ScopedKeyRemoval(HKEY root, std::wstring subKey, REGSAM view)
+    : m_root(root), m_subKey(std::move(subKey)), m_view(view)
+{
+}
+
+ScopedKeyRemoval::~ScopedKeyRemoval()
+{
+    DeleteTree(m_root, m_subKey, m_view);
+}
+
+bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    return static_cast<bool>(Open(root, subKey, KEY_READ | view));
+}
+
+std::optional<std::wstring> ReadString(HKEY root, const std::wstring& subKey, const std::wstring& valueName,
+                                       REGSAM view)
+{
+    UniqueRegKey key = Open(root, subKey, KEY_QUERY_VALUE | view);
+    if (!key)
+        return std::nullopt;
+    DWORD type = 0, bytes = 0;
+    const wchar_t* name = valueName.empty() ? nullptr : valueName.c_str();
+    if (RegQueryValueExW(key.get(), name, nullptr, &type, nullptr, &bytes) != ERROR_SUCCESS || type != REG_SZ)
+        return std::nullopt;
+    std::wstring data(bytes / sizeof(wchar_t), L'\0');
+    if (RegQueryValueExW(key.get(), name, nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &bytes) !=
+        ERROR_SUCCESS)
+        return std::nullopt;
+    data.resize(bytes / sizeof(wchar_t));
+    while (!data.empty() && data.back() == L'\0')
+        data.pop_back();
+    return data;
+}
+
+std::vector<std::wstring> ValueNames(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    std::vector<std::wstring> names;
+    UniqueRegKey key = Open(root, subKey, KEY_QUERY_VALUE | view);
+    if (!key)
+        return names;
+    for (DWORD index = 0;; ++index) {
+        wchar_t name[16384];
+        DWORD length = 16384;
+        if (RegEnumValueW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        names.emplace_back(name, length);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    std::vector<std::wstring> names;
+    UniqueRegKey key = Open(root, subKey, KEY_ENUMERATE_SUB_KEYS | view);
+    if (!key)
+        return names;
+    for (DWORD index = 0;; ++index) {
+        wchar_t name[256];
+        DWORD length = 256;
+        if (RegEnumKeyExW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        names.emplace_back(name, length);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    UniqueRegKey key = Open(root, subKey, KEY_ALL_ACCESS | view);
+    if (!key)
+        return;
+    RegDeleteTreeW(key.get(), nullptr);
+    key.reset();
+    RegDeleteKeyExW(root, subKey.c_str(), view, 0);
+}
+
+} // namespace quillet::test
