@@ -50,6 +50,9 @@ std::optional<std::wstring> ReadString(HKEY root, const std::wstring& subKey, co
 // Names of the values of a key ("" for the default value), sorted.
 std::vector<std::wstring> ValueNames(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view = 0);
+// A plain write, not taken back: for state the code under test is expected to remove.
+bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
+                 REGSAM view = 0);
 void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 
 } // namespace quillet::test
