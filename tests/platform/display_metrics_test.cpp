@@ -1,0 +1,41 @@
+#include <gtest/gtest.h>
+
+#include "platform/display_metrics.h"
+#include "support/environment.h"
+
+namespace quillet {
+namespace {
+
+// The runner sets LogPixels for the whole program; without it the prefix is at 96 DPI.
+TEST(DisplayScale, MeasuredScaleFollowsTheDisplayDpi)
+{
+    const int dpi = test::RequestedDpi() ? test::RequestedDpi() : 96;
+    DisplayScale scale;
+    scale.secondDpi = 1234; // never written by the measurement
+    MeasureDisplayScale(scale, true);
+    EXPECT_EQ(scale.dpi, static_cast<std::uint32_t>(dpi));
+    EXPECT_EQ(scale.percent, dpi * 100 / 96);
+    EXPECT_EQ(scale.scaled, dpi != 96);
+    EXPECT_EQ(scale.secondDpi, 1234u);
+}
+
+TEST(DisplayScale, WithoutMeasuringItIsAlwaysUnscaled)
+{
+    DisplayScale scale;
+    scale.percent = 7;
+    scale.scaled = true;
+    MeasureDisplayScale(scale, false);
+    EXPECT_EQ(scale.dpi, 96u);
+    EXPECT_EQ(scale.percent, 100);
+    EXPECT_FALSE(scale.scaled);
+}
+
+TEST(MenuCheckMetrics, AddFixedMarginsToTheSystemCheckMark)
+{
+    EXPECT_EQ(MenuCheckWidth(), static_cast<UINT>(GetSystemMetrics(SM_CXMENUCHECK)) + 6);
+    EXPECT_EQ(MenuCheckHeight(), static_cast<UINT>(GetSystemMetrics(SM_CYMENUCHECK)) + 5);
+    EXPECT_GT(GetSystemMetrics(SM_CXMENUCHECK), 0);
+}
+
+} // namespace
+} // namespace quillet

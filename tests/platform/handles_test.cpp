@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include "platform/handles.h"
+#include "platform/wow64_redirector.h"
+
+namespace quillet {
+namespace {
+
+TEST(Handles, OwnersReleaseExactlyOnceAndHandOver)
+{
+    HBITMAP first = nullptr, second = nullptr;
+    {
+        UniqueBitmap bitmap(CreateBitmap(4, 4, 1, 32, nullptr));
+        ASSERT_TRUE(bitmap);
+        first = bitmap.get();
+        UniqueBitmap moved(std::move(bitmap));
+        EXPECT_FALSE(bitmap);
+        EXPECT_EQ(moved.get(), first);
+        moved.reset(CreateBitmap(2, 2, 1, 32, nullptr));
+        second = moved.get();
+        EXPECT_EQ(GetObjectType(first), 0u) << "reset frees the object it replaces";
+        EXPECT_EQ(GetObjectType(second), static_cast<DWORD>(OBJ_BITMAP));
+        HBITMAP raw = moved.release();
+        EXPECT_FALSE(moved);
+        UniqueBitmap again(raw);
+    }
+    EXPECT_EQ(GetObjectType(second), 0u);
+
+    HKEY raw = nullptr;
+    {
+        UniqueRegKey key;
+        ASSERT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, L"Software", 0, KEY_READ, key.put()), ERROR_SUCCESS);
+        raw = key.get();
+    }
+    DWORD subKeys = 0;
+    EXPECT_NE(RegQueryInfoKeyW(raw, nullptr, nullptr, nullptr, &subKeys, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, nullptr),
+              ERROR_SUCCESS)
+        << "the key must be closed when its owner ends";
+}
+
+TEST(Handles, SelectionScopeRestoresThePreviousObject)
+{
+    UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
+    UniqueBitmap bitmap(CreateBitmap(4, 4, 1, 32, nullptr));
+    const HGDIOBJ original = GetCurrentObject(dc.get(), OBJ_BITMAP);
+    {
+        SelectionScope scope(dc.get(), bitmap.get());
+        EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BITMAP), bitmap.get());
+    }
+    EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BITMAP), original);
+}
+
+TEST(Wow64Redirector, GuardLeavesTheSystemFolderReachable)
+{
+    wchar_t system[MAX_PATH] = {};
+    ASSERT_GT(GetSystemDirectoryW(system, MAX_PATH), 0u);
+    const std::wstring kernel = std::wstring(system) + L"\\kernel32.dll";
+    HMODULE loadedBefore = GetModuleHandleW(L"kernel32.dll");
+    {
+        CWow64FsRedirector guard;
+        EXPECT_NE(GetFileAttributesW(kernel.c_str()), INVALID_FILE_ATTRIBUTES);
+        CWow64FsRedirector nested;
+    }
+    EXPECT_NE(GetFileAttributesW(kernel.c_str()), INVALID_FILE_ATTRIBUTES);
+    EXPECT_EQ(GetModuleHandleW(L"kernel32.dll"), loadedBefore);
+}
+
+} // namespace
+} // namespace quillet
