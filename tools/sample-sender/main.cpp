@@ -1,0 +1,102 @@
+// sample-sender: installed as Pelloc.exe for demos and end-to-end tests.
+//
+//   Pelloc.exe /transferfilelist="<file>"
+//
+// Checks the list file and reports what it received, on standard output and, when the
+// environment names one in SAMPLE_SENDER_REPORT, appended to that UTF-8 file (a sender
+// started from Explorer has no console to show). Exit code 0: the list was read;
+// 2: bad command line; 3: the file could not be read; 4: the file is malformed.
+#include <windows.h>
+#include <shellapi.h>
+
+#include <cstdio>
+#include <string>
+
+#include "transfer_list_reader.h"
+
+namespace {
+
+const wchar_t kSwitch[] = L"/transferfilelist=";
+
+std::string Utf8(const std::wstring& text)
+{
+    if (text.empty())
+        return {};
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
+                                         nullptr, nullptr);
+    std::string out(static_cast<size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), size, nullptr, nullptr);
+    return out;
+}
+
+bool ReadAll(const std::wstring& path, std::string& bytes)
+{
+    HANDLE file = CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    char chunk[65536];
+    DWORD read = 0;
+    bool ok = true;
+    while ((ok = ReadFile(file, chunk, sizeof(chunk), &read, nullptr) != FALSE) && read > 0)
+        bytes.append(chunk, read);
+    CloseHandle(file);
+    return ok;
+}
+
+int Report(const std::wstring& text, int exitCode)
+{
+    const std::string utf8 = Utf8(text);
+    std::fwrite(utf8.data(), 1, utf8.size(), stdout);
+    std::fflush(stdout);
+    wchar_t reportPath[MAX_PATH] = {};
+    if (GetEnvironmentVariableW(L"SAMPLE_SENDER_REPORT", reportPath, MAX_PATH) > 0) {
+        HANDLE file = CreateFileW(reportPath, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                                  FILE_ATTRIBUTE_NORMAL, nullptr);
+        if (file != INVALID_HANDLE_VALUE) {
+            DWORD written = 0;
+            WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
+            CloseHandle(file);
+        }
+    }
+    return exitCode;
+}
+
+} // namespace
+
+int wmain()
+{
+    const std::wstring commandLine = GetCommandLineW();
+    int argc = 0;
+    LPWSTR* argv = CommandLineToArgvW(GetCommandLineW(), &argc);
+    std::wstring listFile;
+    for (int i = 1; argv && i < argc; ++i) {
+        if (_wcsnicmp(argv[i], kSwitch, wcslen(kSwitch)) == 0)
+            listFile = argv[i] + wcslen(kSwitch);
+    }
+    if (argv)
+        LocalFree(argv);
+
+    std::wstring text = L"sender: command line: " + commandLine + L"\n";
+    if (listFile.empty())
+        return Report(text + L"sender: error: no /transferfilelist=\"<file>\" argument\n", 2);
+    text += L"sender: list file: " + listFile + L"\n";
+
+    std::string bytes;
+    if (!ReadAll(listFile, bytes))
+        return Report(text + L"sender: error: cannot read the list file (error " + std::to_wstring(GetLastError()) +
+                          L")\n",
+                      3);
+    TransferList list;
+    const std::wstring problem = ParseTransferList(bytes, list);
+    if (!problem.empty())
+        return Report(text + L"sender: error: malformed list file: " + problem + L"\n", 4);
+
+    text += L"sender: received " + std::to_wstring(list.files.size()) + L" file(s) and " +
+            std::to_wstring(list.folders.size()) + L" folder(s)\n";
+    for (const std::wstring& path : list.files)
+        text += L"  file:   " + path + L"\n";
+    for (const std::wstring& path : list.folders)
+        text += L"  folder: " + path + L"\n";
+    return Report(text, 0);
+}
