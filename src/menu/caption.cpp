@@ -1,8 +1,62 @@
-// The caption chosen at creation (not written yet: stays empty).
+// The caption chosen once, when a handler is made.
+#include "menu/caption.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "handoff/sender_directory.h"
 #include "module/handler.h"
+#include "module/module_state.h"
+#include "resources/resource_ids.h"
 
 namespace quillet {
+namespace {
 
-void CSDKelMN::ChooseMenuCaption() {}
+// True when the language's caption was copied and is not empty.
+bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, wchar_t (&caption)[128])
+{
+    const std::wstring text = GetValue(table, language, L"MENU_FS_TEXT", L"");
+    lstrcpynW(caption, text.c_str(), static_cast<int>(kTableCaptionBytes / sizeof(wchar_t)));
+    return caption[0] != L'\0';
+}
+
+} // namespace
+
+void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,
+                   wchar_t (&caption)[128])
+{
+    caption[0] = L'\0';
+    const std::vector<std::wstring> allowed = SplitAndTrim(GetValue(table, L"default", L"languages", L""), L';');
+    const auto isAllowed = [&](const std::wstring& language) {
+        return std::find(allowed.begin(), allowed.end(), language) != allowed.end();
+    };
+    if (!wantedLanguage.empty() && isAllowed(wantedLanguage) && CopyTableCaption(table, wantedLanguage, caption))
+        return;
+    const std::wstring appName = GetValue(table, L"default", L"appname", L"");
+    if (isAllowed(appName) && CopyTableCaption(table, appName, caption))
+        return;
+    LoadStringW(module, IDS_FALLBACK_CAPTION, caption, 128);
+}
+
+std::wstring ReadWantedLanguage()
+{
+    // Plain concatenation: a doubled separator is harmless, and an unknown folder gives "\config.ini".
+    const std::wstring path = GetSenderDirectory() + L"\\config.ini";
+    wchar_t language[1000] = {};
+    GetPrivateProfileStringW(L"UI", L"language", L"", language, 1000, path.c_str());
+    return language;
+}
+
+void CSDKelMN::ChooseMenuCaption()
+{
+    try {
+        LoadLanguageTable(ModuleInstance(), L"FILE", IDR_LANGUAGE_TABLE, m_languageTable);
+        ChooseCaption(m_languageTable, ReadWantedLanguage(), ModuleInstance(), m_menuCaption);
+    } catch (...) {
+        // Creation never fails over the caption: out of memory gives the plain one.
+        m_languageTable.clear();
+        LoadStringW(ModuleInstance(), IDS_FALLBACK_CAPTION, m_menuCaption, 128);
+    }
+}
 
 } // namespace quillet

@@ -17,6 +17,8 @@ void LoadLanguageTable(HINSTANCE module, LPCWSTR resourceType, UINT resourceId, 
 void ParseLanguageTable(std::wstring_view text, LanguageTable& table);
 std::wstring GetValue(const LanguageTable& table, const std::wstring& section, const std::wstring& key,
                       const std::wstring& defaultValue);
+// Every piece before a separator is kept, even empty, without trailing white space; the
+// remainder after the last separator is kept as it stands when not empty.
 std::vector<std::wstring> SplitAndTrim(std::wstring_view text, wchar_t separator);
 
 } // namespace quillet

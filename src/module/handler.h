@@ -50,9 +50,17 @@ protected:
     void LoadMenuCheckBitmap();
     void MeasureCaption();
     void RefreshMenuFont();
+    void InsertStringItem(HMENU hmenu, UINT indexMenu, UINT idCmdFirst, HBITMAP uncheckedBitmap);
+    void InsertOwnerDrawnItem(HMENU hmenu, UINT indexMenu, UINT idCmdFirst);
+    // WM_MEASUREITEM and WM_DRAWITEM for the owner-drawn item; false for another item's.
+    bool MeasureMenuItem(MEASUREITEMSTRUCT& item);
+    bool DrawMenuItem(const DRAWITEMSTRUCT& item);
+    HRESULT DispatchMenuMessage(UINT uMsg, LPARAM lParam, LRESULT* result);
     // --- end of menu presentation ---
 
     // --- selection and hand-off (selection/, handoff/) ---
+    // Whether InvokeCommand's verb is this handler's command: its offset or its caption.
+    bool AcceptsVerb(const CMINVOKECOMMANDINFO& info) const;
     // --- end of selection and hand-off ---
 
     LONG m_refCount = 0;

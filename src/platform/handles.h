@@ -4,6 +4,7 @@
 #include <objidl.h>
 #include <ole2.h>
 
+#include <cstdio>
 #include <utility>
 
 namespace quillet {
@@ -51,6 +52,7 @@ inline void DeleteGdiFont(HFONT font) { DeleteObject(font); }
 inline void DeleteMemoryDc(HDC dc) { DeleteDC(dc); }
 inline void FreeGlobal(HGLOBAL block) { GlobalFree(block); }
 inline void UnloadLibrary(HMODULE module) { FreeLibrary(module); }
+inline void CloseCrtFile(FILE* file) { std::fclose(file); }
 } // namespace detail
 
 using UniqueRegKey = UniqueHandle<HKEY, &detail::CloseRegKey>;
@@ -60,6 +62,8 @@ using UniqueFont = UniqueHandle<HFONT, &detail::DeleteGdiFont>;
 using UniqueMemoryDc = UniqueHandle<HDC, &detail::DeleteMemoryDc>;
 using UniqueGlobal = UniqueHandle<HGLOBAL, &detail::FreeGlobal>;
 using UniqueLibrary = UniqueHandle<HMODULE, &detail::UnloadLibrary>;
+// A runtime-library stream (fopen family).
+using UniqueCrtFile = UniqueHandle<FILE*, &detail::CloseCrtFile>;
 
 // A file handle, whose "no handle" value is INVALID_HANDLE_VALUE.
 class UniqueFileHandle {

@@ -1,0 +1,21 @@
+// Choosing the menu caption by language.
+#pragma once
+#include <windows.h>
+
+#include <string>
+
+#include "menu/language_table.h"
+
+namespace quillet {
+
+// Table captions are copied into at most 128 bytes; only the string resource fills the buffer.
+constexpr size_t kTableCaptionBytes = 128;
+
+// The caption of the wanted language when the table allows it, else of the table's own
+// language, else string resource 3004 of the module.
+void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,
+                   wchar_t (&caption)[128]);
+// The "language" of the sender's "config.ini", or "" when there is none.
+std::wstring ReadWantedLanguage();
+
+} // namespace quillet

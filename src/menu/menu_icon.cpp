@@ -1,0 +1,105 @@
+// The command's pictures: the PNG scaled for the display, or the fixed-size bitmaps.
+#include "menu/menu_icon.h"
+
+#include <objidl.h>
+#include <wrl/client.h>
+
+#include <cstring>
+
+#include "module/handler.h"
+#include "module/module_state.h"
+#include "platform/display_metrics.h"
+#include "platform/gdiplus.h"
+#include "platform/os_version.h"
+#include "resources/resource_ids.h"
+
+namespace quillet {
+namespace {
+
+// The PNG is drawn for 240 DPI, that is 250 percent.
+constexpr int kPngBasePercent = 240 * 100 / 96;
+
+constexpr UINT kBitmapLoadFlags = LR_CREATEDIBSECTION | LR_VGACOLOR;
+
+HBITMAP LoadBitmapResource(UINT id)
+{
+    return static_cast<HBITMAP>(LoadImageW(ModuleInstance(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0,
+                                           kBitmapLoadFlags));
+}
+
+} // namespace
+
+UniqueBitmap LoadPngMenuIcon(UINT id)
+{
+    if (id == 0 || IsWindowsXP())
+        return UniqueBitmap();
+    DisplayScale scale;
+    MeasureDisplayScale(scale, true);
+    if (!scale.scaled)
+        return UniqueBitmap();
+
+    const HMODULE module = ModuleInstance();
+    HRSRC info = FindResourceW(module, MAKEINTRESOURCEW(id), L"PNG");
+    if (!info)
+        return UniqueBitmap();
+    const DWORD size = SizeofResource(module, info);
+    HGLOBAL resource = LoadResource(module, info);
+    const void* bytes = resource ? LockResource(resource) : nullptr;
+    if (!bytes || size == 0)
+        return UniqueBitmap();
+
+    // The block and the stream outlive the GDI+ bitmap, which may read from them lazily.
+    UniqueGlobal block(GlobalAlloc(GMEM_MOVEABLE, size));
+    if (!block)
+        return UniqueBitmap();
+    GlobalLockScope<BYTE> locked(block.get());
+    if (!locked.get())
+        return UniqueBitmap();
+    std::memcpy(locked.get(), bytes, size);
+    Microsoft::WRL::ComPtr<IStream> stream;
+    if (FAILED(CreateStreamOnHGlobal(block.get(), FALSE, stream.GetAddressOf())))
+        return UniqueBitmap();
+
+    Gdiplus::Bitmap source(stream.Get());
+    if (source.GetLastStatus() != Gdiplus::Ok)
+        return UniqueBitmap();
+    int width = static_cast<int>(source.GetWidth());
+    int height = static_cast<int>(source.GetHeight());
+    if (scale.percent != kPngBasePercent) {
+        width = MulDiv(width, scale.percent, kPngBasePercent);
+        height = MulDiv(height, scale.percent, kPngBasePercent);
+    }
+
+    Gdiplus::Bitmap scaled(width, height, source.GetPixelFormat());
+    if (scaled.GetLastStatus() != Gdiplus::Ok)
+        return UniqueBitmap();
+    {
+        Gdiplus::Graphics graphics(&scaled);
+        graphics.SetPixelOffsetMode(Gdiplus::PixelOffsetModeHighQuality);
+        graphics.SetSmoothingMode(Gdiplus::SmoothingModeAntiAlias);
+        graphics.SetInterpolationMode(Gdiplus::InterpolationModeHighQualityBicubic);
+        graphics.DrawImage(&source, 0, 0, width, height);
+    }
+    // Transparent black behind the picture keeps its alpha in the 32-bit bitmap.
+    UniqueBitmap bitmap;
+    if (scaled.GetHBITMAP(Gdiplus::Color(0, 0, 0, 0), bitmap.put()) != Gdiplus::Ok)
+        return UniqueBitmap();
+    return bitmap;
+}
+
+void CSDKelMN::LoadMenuIcon()
+{
+    if (m_hbmpMenuIcon)
+        return;
+    m_hbmpMenuIcon = LoadPngMenuIcon(IDP_MENU_ICON).release();
+    if (!m_hbmpMenuIcon)
+        m_hbmpMenuIcon = LoadBitmapResource(IDB_MENU_ICON);
+}
+
+void CSDKelMN::LoadMenuCheckBitmap()
+{
+    if (!m_hbmpMenuCheck)
+        m_hbmpMenuCheck = LoadBitmapResource(IDB_MENU_CHECK);
+}
+
+} // namespace quillet

@@ -1,0 +1,95 @@
+#include <gtest/gtest.h>
+
+#include "menu/caption.h"
+#include "menu_test_support.h"
+#include "support/handler_access.h"
+
+namespace quillet {
+namespace {
+
+const std::wstring kEnglish = L"Transferred with Pelloc";
+
+// The caption a handler chooses when made with the sender's "config.ini" asking for `language`.
+std::wstring CaptionFor(std::optional<std::string> language)
+{
+    test::FakeSender sender(true, std::move(language));
+    auto handler = test::MakeHandler();
+    if (!handler)
+        return L"<no handler>";
+    return HandlerInspector::CaptionOf(test::HandlerOf(handler.Get()));
+}
+
+TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
+{
+    EXPECT_EQ(CaptionFor("ru"), L"Переданы с помощью Pelloc"); // the second "ru" section
+    EXPECT_EQ(CaptionFor("zh-CN"), L"以Pelloc 传输");
+    EXPECT_EQ(CaptionFor("zh-TW"), L"以Pelloc 傳輸");
+    EXPECT_EQ(CaptionFor("en"), kEnglish);
+}
+
+TEST(MenuCaption, OtherLanguagesAndMissingSettingsGiveEnglish)
+{
+    EXPECT_EQ(CaptionFor("ja"), kEnglish); // has a section, but is not allowed
+    EXPECT_EQ(CaptionFor("EN"), kEnglish); // names compare case-sensitively
+    EXPECT_EQ(CaptionFor("fr"), kEnglish);
+    EXPECT_EQ(CaptionFor(std::nullopt), kEnglish); // no config.ini
+    EXPECT_EQ(CaptionFor(""), kEnglish);
+}
+
+TEST(MenuCaption, UnknownSenderFolderGivesEnglish)
+{
+    test::ScopedRegistryValue path(HKEY_LOCAL_MACHINE, test::kAppPathsKey, L"Path");
+    path.Delete();
+    auto handler = test::MakeHandler();
+    ASSERT_TRUE(handler);
+    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(handler.Get())), kEnglish);
+}
+
+// The choice itself, on tables other than the embedded one.
+class CaptionChoice : public testing::Test {
+protected:
+    std::wstring Choose(const LanguageTable& table, const std::wstring& wanted)
+    {
+        wchar_t caption[128];
+        wmemset(caption, L'#', 128);
+        ChooseCaption(table, wanted, GetModuleHandleW(nullptr), caption);
+        return caption;
+    }
+};
+
+TEST_F(CaptionChoice, EmptyTableGivesTheStringResource)
+{
+    EXPECT_EQ(Choose(LanguageTable(), L"ru"), L"File Transfer");
+    EXPECT_EQ(Choose(LanguageTable(), L""), L"File Transfer");
+}
+
+TEST_F(CaptionChoice, TableCaptionsAreCutAfter63Characters)
+{
+    const std::wstring longText(80, L'x');
+    const std::wstring shortText(63, L'y');
+    const LanguageTable table = {
+        {L"default", {{L"appname", L"en"}, {L"languages", L"en;de;"}}},
+        {L"en", {{L"MENU_FS_TEXT", longText}}},
+        {L"de", {{L"MENU_FS_TEXT", shortText}}},
+    };
+    EXPECT_EQ(Choose(table, L"en"), longText.substr(0, 63));
+    EXPECT_EQ(Choose(table, L"ru"), longText.substr(0, 63)); // through the application's language
+    EXPECT_EQ(Choose(table, L"de"), shortText);
+}
+
+TEST_F(CaptionChoice, EmptyCaptionsFallThrough)
+{
+    LanguageTable table = {
+        {L"default", {{L"appname", L"en"}, {L"languages", L"en;de"}}},
+        {L"en", {{L"MENU_FS_TEXT", L"English"}}},
+        {L"de", {{L"MENU_FS_TEXT", L""}}},
+    };
+    EXPECT_EQ(Choose(table, L"de"), L"English");
+    table[L"default"][L"languages"] = L"de;fr;";
+    EXPECT_EQ(Choose(table, L"de"), L"File Transfer"); // the application's language is not allowed
+    table[L"default"][L"appname"] = L"fr";
+    EXPECT_EQ(Choose(table, L"de"), L"File Transfer"); // allowed, but has no caption
+}
+
+} // namespace
+} // namespace quillet

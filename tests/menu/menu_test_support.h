@@ -1,0 +1,74 @@
+// Shared set-up of the menu tests: a fake sender installation, the profile setting, menus.
+#pragma once
+#include <windows.h>
+
+#include <optional>
+#include <string>
+
+#include "support/environment.h"
+#include "support/registry.h"
+
+namespace quillet::test {
+
+inline constexpr wchar_t kAppPathsKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
+inline constexpr wchar_t kProfileKey[] = L"SOFTWARE\\Pelloc\\Profile";
+
+// A folder registered as the sender's App Paths "Path", optionally holding "Pelloc.exe" and a
+// "config.ini" with [UI] language=...; registration and folder go away with the object.
+class FakeSender {
+public:
+    explicit FakeSender(bool withExecutable = true, std::optional<std::string> language = std::nullopt)
+        : m_folder(MakeTempFolder(L"sender")), m_path(HKEY_LOCAL_MACHINE, kAppPathsKey, L"Path")
+    {
+        m_path.SetString(m_folder);
+        if (withExecutable)
+            WriteFileBytes(m_folder + L"\\Pelloc.exe", "", 0);
+        if (language) {
+            const std::string ini = "[Other]\r\nlanguage=de\r\n[UI]\r\nlanguage=" + *language + "\r\n";
+            WriteFileBytes(m_folder + L"\\config.ini", ini.data(), ini.size());
+        }
+    }
+    ~FakeSender() { RemoveTree(m_folder); }
+    FakeSender(const FakeSender&) = delete;
+    FakeSender& operator=(const FakeSender&) = delete;
+
+private:
+    std::wstring m_folder;
+    ScopedRegistryValue m_path;
+};
+
+// "MenuOption" in one registry view, absent until a test sets it, restored afterwards.
+struct MenuOptionValue {
+    explicit MenuOptionValue(REGSAM view = KEY_WOW64_32KEY) : value(HKEY_LOCAL_MACHINE, kProfileKey, L"MenuOption", view)
+    {
+        value.Delete();
+    }
+    ScopedRegistryValue value;
+};
+
+// A popup menu holding `items` ordinary entries with identifiers 1, 2, 3...
+class TestMenu {
+public:
+    explicit TestMenu(UINT items = 3) : m_menu(CreatePopupMenu())
+    {
+        for (UINT id = 1; id <= items; ++id)
+            AppendMenuW(m_menu, MF_STRING, id, (L"Item " + std::to_wstring(id)).c_str());
+    }
+    ~TestMenu() { DestroyMenu(m_menu); }
+    TestMenu(const TestMenu&) = delete;
+    TestMenu& operator=(const TestMenu&) = delete;
+    HMENU get() const { return m_menu; }
+    int count() const { return GetMenuItemCount(m_menu); }
+
+private:
+    HMENU m_menu;
+};
+
+// The runs as Windows XP and XP x64 expect the forms of systems before Vista.
+inline bool RunsAsOlderWindows()
+{
+    const std::string version = RequestedWindowsVersion();
+    return version == "winxp" || version == "winxp64";
+}
+
+} // namespace quillet::test
