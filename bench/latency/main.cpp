@@ -1,0 +1,212 @@
+// latency_bench: how long one right-click costs, warm, beside two references measured in the same run.
+//
+//   latency_bench [iterations]        (default 2000)
+//
+// 1. Quillet: create through the class object, Initialize with one item, QueryContextMenu, release.
+// 2. A minimal handler that only takes the selection and inserts one string item.
+// 3. The floor: the calls the handler must make anyway, back to back without our code
+//    (COM and GDI+ start-up and shut-down, the App Paths and setting reads, the config.ini read,
+//    the existence test, one insertion).
+#include <windows.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <wrl/client.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "minimal_handler.h"
+#include "platform/gdiplus.h"
+#include "quillet_idl.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace {
+
+const wchar_t kAppPaths[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
+
+double Now()
+{
+    LARGE_INTEGER counter, frequency;
+    QueryPerformanceCounter(&counter);
+    QueryPerformanceFrequency(&frequency);
+    return static_cast<double>(counter.QuadPart) * 1e6 / static_cast<double>(frequency.QuadPart);
+}
+
+struct Stats {
+    double median = 0, p95 = 0;
+};
+
+// Two menus taken in turn, so that no handler sees the same menu twice in a row.
+struct Menus {
+    HMENU menu[2] = {CreatePopupMenu(), CreatePopupMenu()};
+    int next = 0;
+    ~Menus()
+    {
+        DestroyMenu(menu[0]);
+        DestroyMenu(menu[1]);
+    }
+    HMENU Take()
+    {
+        HMENU m = menu[next];
+        next ^= 1;
+        while (GetMenuItemCount(m) > 0)
+            DeleteMenu(m, 0, MF_BYPOSITION);
+        return m;
+    }
+};
+
+Stats Measure(int iterations, const std::function<bool()>& once)
+{
+    for (int i = 0; i < iterations / 10 + 5; ++i) // warm up
+        once();
+    std::vector<double> samples;
+    samples.reserve(static_cast<size_t>(iterations));
+    for (int i = 0; i < iterations; ++i) {
+        const double start = Now();
+        if (!once()) {
+            std::printf("a run failed\n");
+            return {};
+        }
+        samples.push_back(Now() - start);
+    }
+    std::sort(samples.begin(), samples.end());
+    return {samples[samples.size() / 2], samples[samples.size() * 95 / 100]};
+}
+
+bool RunHandler(IClassFactory* factory, IDataObject* data, Menus& menus)
+{
+    ComPtr<IShellExtInit> init;
+    ComPtr<IContextMenu> menu;
+    if (FAILED(factory->CreateInstance(nullptr, IID_IShellExtInit, reinterpret_cast<void**>(init.GetAddressOf()))) ||
+        FAILED(init->Initialize(nullptr, data, nullptr)) || FAILED(init.As(&menu)))
+        return false;
+    return SUCCEEDED(menu->QueryContextMenu(menus.Take(), 0, 100, 0x7FFF, CMF_NORMAL));
+}
+
+bool RunFloor(const std::wstring& configPath, Menus& menus)
+{
+    const HRESULT com = CoInitialize(nullptr);
+    ULONG_PTR token = 0;
+    Gdiplus::GdiplusStartupInput input;
+    Gdiplus::GdiplusStartup(&token, &input, nullptr);
+
+    wchar_t folder[MAX_PATH] = {};
+    DWORD type = REG_SZ, size = sizeof(folder);
+    SHGetValueW(HKEY_LOCAL_MACHINE, kAppPaths, L"Path", &type, folder, &size);
+    HKEY key = nullptr;
+    DWORD option = 1;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Pelloc\\Profile", 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
+        ERROR_SUCCESS) {
+        DWORD bytes = sizeof(option);
+        RegQueryValueExW(key, L"MenuOption", nullptr, &type, reinterpret_cast<BYTE*>(&option), &bytes);
+        RegCloseKey(key);
+    }
+    wchar_t language[1000] = {};
+    GetPrivateProfileStringW(L"UI", L"language", L"", language, 1000, configPath.c_str());
+    std::wstring sender = std::wstring(folder) + L"\\Pelloc.exe";
+    const bool present = PathFileExistsW(sender.c_str()) != FALSE;
+    InsertMenuW(menus.Take(), 0, MF_BYPOSITION | MF_STRING, 100, L"Transferred with Pelloc");
+
+    Gdiplus::GdiplusShutdown(token);
+    if (SUCCEEDED(com))
+        CoUninitialize();
+    return present;
+}
+
+std::wstring TempFolder()
+{
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    std::wstring folder = std::wstring(temp) + L"quillet-latency-" + std::to_wstring(GetCurrentProcessId());
+    CreateDirectoryW(folder.c_str(), nullptr);
+    return folder;
+}
+
+} // namespace
+
+int wmain(int argc, wchar_t** argv)
+{
+    const int iterations = argc > 1 ? std::max(10, _wtoi(argv[1])) : 2000;
+    CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+
+    // The sender "installed" in a folder of our own, with a config.ini, as on a user's machine.
+    const std::wstring folder = TempFolder();
+    const std::wstring sender = folder + L"\\Pelloc.exe";
+    const std::wstring config = folder + L"\\config.ini";
+    const std::wstring item = folder + L"\\item.txt";
+    for (const std::wstring& file : {sender, item})
+        CloseHandle(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+    WritePrivateProfileStringW(L"UI", L"language", L"en", config.c_str());
+    HKEY appPaths = nullptr;
+    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &appPaths, nullptr);
+    RegSetValueExW(appPaths, L"Path", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder.c_str()),
+                   static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t)));
+    RegCloseKey(appPaths);
+
+    // The shell's own data object for one item, made once: Explorer has it already.
+    PIDLIST_ABSOLUTE id = nullptr;
+    ComPtr<IShellFolder> parent;
+    PCUITEMID_CHILD child = nullptr;
+    ComPtr<IDataObject> data;
+    if (FAILED(SHParseDisplayName(item.c_str(), nullptr, &id, 0, nullptr)) ||
+        FAILED(SHBindToParent(id, IID_IShellFolder, reinterpret_cast<void**>(parent.GetAddressOf()), &child)) ||
+        FAILED(parent->GetUIObjectOf(nullptr, 1, &child, IID_IDataObject, nullptr,
+                                     reinterpret_cast<void**>(data.GetAddressOf())))) {
+        std::printf("no data object for %ls\n", item.c_str());
+        return 1;
+    }
+
+    wchar_t modulePath[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, modulePath, MAX_PATH);
+    PathRemoveFileSpecW(modulePath);
+    PathAppendW(modulePath, L"Quillet.dll");
+    HMODULE module = LoadLibraryW(modulePath);
+    auto getClassObject = module ? reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
+                                       reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")))
+                                 : nullptr;
+    ComPtr<IClassFactory> factory;
+    if (!getClassObject ||
+        FAILED(getClassObject(CLSID_FTKelMN, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())))) {
+        std::printf("cannot load %ls\n", modulePath);
+        return 1;
+    }
+
+    Menus menus;
+    const Stats quillet = Measure(iterations, [&] { return RunHandler(factory.Get(), data.Get(), menus); });
+    const Stats minimal = Measure(iterations, [&] {
+        ComPtr<IClassFactory> none;
+        ComPtr<IShellExtInit> init;
+        ComPtr<IContextMenu> menu;
+        return SUCCEEDED(CreateMinimalHandler(IID_IShellExtInit, reinterpret_cast<void**>(init.GetAddressOf()))) &&
+               SUCCEEDED(init->Initialize(nullptr, data.Get(), nullptr)) && SUCCEEDED(init.As(&menu)) &&
+               SUCCEEDED(menu->QueryContextMenu(menus.Take(), 0, 100, 0x7FFF, CMF_NORMAL));
+    });
+    const Stats floor = Measure(iterations, [&] { return RunFloor(config, menus); });
+
+    std::printf("right-click latency, %d warm runs each (microseconds)\n", iterations);
+    std::printf("  %-44s %10s %10s\n", "", "median", "p95");
+    std::printf("  %-44s %10.1f %10.1f\n", "Quillet: create+Initialize+QueryContextMenu", quillet.median, quillet.p95);
+    std::printf("  %-44s %10.1f %10.1f\n", "minimal handler (one string item)", minimal.median, minimal.p95);
+    std::printf("  %-44s %10.1f %10.1f\n", "floor of the calls the handler must make", floor.median, floor.p95);
+    std::printf("  Quillet / minimal handler: %.2fx median\n", quillet.median / minimal.median);
+    std::printf("  Quillet / floor:           %.2fx median (target: 1.3x or less)\n", quillet.median / floor.median);
+
+    factory.Reset();
+    data.Reset();
+    parent.Reset();
+    CoTaskMemFree(id);
+    HKEY cleanup = nullptr;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, KEY_SET_VALUE, &cleanup) == ERROR_SUCCESS) {
+        RegDeleteValueW(cleanup, L"Path");
+        RegCloseKey(cleanup);
+    }
+    for (const std::wstring& file : {sender, item, config})
+        DeleteFileW(file.c_str());
+    RemoveDirectoryW(folder.c_str());
+    CoUninitialize();
+    return 0;
+}
