@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <shlwapi.h>
 
+#include <cwchar>
+
 namespace quillet {
 
 std::wstring GetSenderDirectory()
@@ -10,8 +12,7 @@ std::wstring GetSenderDirectory()
     wchar_t buffer[MAX_PATH] = {};
     DWORD type = REG_SZ;
     DWORD size = sizeof(buffer);
-    if (SHGetValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe",
-                    L"Path", &type, buffer, &size) != ERROR_SUCCESS)
+    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS)
         return std::wstring();
 
     // Index of the terminator when the value carries one, else of its last character;
@@ -20,7 +21,7 @@ std::wstring GetSenderDirectory()
     if (last >= MAX_PATH)
         return std::wstring();
     if (buffer[last] == L'\\')
-        return std::wstring(buffer);
+        return std::wstring(buffer, wcsnlen(buffer, MAX_PATH)); // a full value stored unterminated
     if (last >= MAX_PATH - 1)
         return std::wstring();
     buffer[last] = L'\\';

@@ -1,0 +1,101 @@
+#include "handoff/transfer_list.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <charconv>
+#include <clocale>
+#include <cstdio>
+#include <cwchar>
+#include <string_view>
+
+#include "platform/handles.h"
+
+namespace quillet {
+namespace {
+
+constexpr std::wstring_view kHeader = L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n";
+constexpr std::wstring_view kFolderHeader = L"\r\n[pathlist]\r\n";
+constexpr std::wstring_view kLineEnd = L"\r\n";
+
+// Gathers the list in one reused buffer and hands it to the stream a buffer at a time: a
+// formatted write per line costs several times the disk write itself for large selections.
+class ListWriter {
+public:
+    explicit ListWriter(FILE* file) : m_file(file) { m_buffer.reserve(kBufferSize); }
+    ListWriter(const ListWriter&) = delete;
+    ListWriter& operator=(const ListWriter&) = delete;
+
+    void Append(std::wstring_view text)
+    {
+        if (m_buffer.size() + text.size() > kBufferSize)
+            Flush();
+        m_buffer.append(text);
+    }
+
+    // Lines "<n>=<path>\r\n", numbered from 0.
+    void AppendSection(SelectedItems::const_iterator first, SelectedItems::const_iterator last)
+    {
+        for (size_t number = 0; first != last; ++first, ++number) {
+            char digits[20];
+            const char* const end = std::to_chars(digits, digits + 20, number).ptr;
+            wchar_t line[21];
+            size_t length = 0;
+            for (const char* digit = digits; digit != end; ++digit)
+                line[length++] = static_cast<wchar_t>(*digit);
+            line[length++] = L'=';
+            Append(std::wstring_view(line, length));
+            Append(first->path);
+            Append(kLineEnd);
+        }
+    }
+
+    // A failed write goes unnoticed: the file was opened, and the sender judges its contents.
+    void Flush()
+    {
+        std::fwrite(m_buffer.data(), sizeof(wchar_t), m_buffer.size(), m_file);
+        m_buffer.clear();
+    }
+
+private:
+    static constexpr size_t kBufferSize = 64 * 1024;
+    FILE* m_file;
+    std::wstring m_buffer;
+};
+
+} // namespace
+
+std::wstring MakeTempFileName(const wchar_t* prefix)
+{
+    wchar_t folder[520] = {};
+    wchar_t fileName[520] = {};
+    GetTempPathW(520, folder);
+    // Windows picks the number and creates the file to reserve it; the writer makes it again.
+    GetTempFileNameW(folder, prefix, 0, fileName);
+    DeleteFileW(fileName);
+    return std::wstring(fileName, wcsnlen(fileName, 520));
+}
+
+int WriteTransferList(SelectedItems& items, const wchar_t* fileName)
+{
+    // Set on every call and never restored; the bytes of a binary stream do not depend on it.
+    std::setlocale(LC_ALL, "chs");
+    if (items.empty() || !fileName)
+        return 0;
+    UniqueCrtFile file;
+    if (_wfopen_s(file.put(), fileName, L"w+b") != 0 || !file)
+        return 0;
+
+    // Files first; within each group the capture order stays.
+    const auto folders = std::stable_partition(items.begin(), items.end(),
+                                               [](const SelectedItem& item) { return item.isFolder == 0; });
+    ListWriter writer(file.get());
+    writer.Append(kHeader);
+    writer.AppendSection(items.begin(), folders);
+    writer.Append(kFolderHeader);
+    writer.AppendSection(folders, items.end());
+    writer.Flush();
+    return 1;
+}
+
+} // namespace quillet

@@ -1,0 +1,58 @@
+#include <algorithm>
+
+#include "platform/handles.h"
+#include "selection/drop_list_reader.h"
+#include "selection/selection_capture.h"
+
+namespace quillet {
+
+int CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items)
+{
+    items.clear();
+    if (!dropList)
+        return 0;
+    DropListReader reader(dropList, dropListBytes);
+    const UINT count = CountDropList(dropList, reader);
+    if (count < 1)
+        return 1;
+
+    items.reserve(std::min(count, reader.Count()));
+    for (UINT index = 0; index < count; ++index) {
+        // Long enough for the paths the sender accepts whole.
+        wchar_t buffer[1024] = {};
+        if (reader.QueryFile(index, buffer, 1024) == 0) {
+            // One unreadable name spoils the whole selection.
+            items.clear();
+            return 0;
+        }
+        items.push_back(MakeSelectedItem(std::wstring(buffer)));
+    }
+    return 1;
+}
+
+SelectedItem MakeSelectedItem(std::wstring path)
+{
+    SelectedItem item;
+    item.path = std::move(path);
+    const DWORD attributes = GetFileAttributesW(item.path.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES) {
+        item.isFolder = (attributes & FILE_ATTRIBUTE_DIRECTORY) ? 1 : 0;
+        return item;
+    }
+
+    // Unreadable attributes: only something that opens for reading goes over as a file;
+    // a drive without a medium, a vanished or a locked item goes to the folder section.
+    const std::wstring& text = item.path;
+    item.isFolder = 0;
+    if (text.size() == 2 && text[1] == L':')
+        item.isFolder = 1;
+    if (text.size() == 3 && text[1] == L':' && text[2] == L'\\')
+        item.isFolder = 1;
+    UniqueFileHandle file(CreateFileW(text.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                      FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file)
+        item.isFolder = 1;
+    return item;
+}
+
+} // namespace quillet
