@@ -7,6 +7,10 @@
 // 3. The floor: the calls the handler must make anyway, back to back without our code
 //    (COM and GDI+ start-up and shut-down, the App Paths and setting reads, the config.ini read,
 //    the existence test, one insertion).
+// 4. The same floor with the two calls it leaves out although the handler cannot skip them:
+//    reading the shell's drop list (which the minimal handler does too) and the second App
+//    Paths read (one at creation to find config.ini, one per menu to find the sender).
+// The rows take turns run by run, so a busy machine slows them all alike.
 #include <windows.h>
 #include <shlobj.h>
 #include <shlwapi.h>
@@ -16,6 +20,7 @@
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "minimal_handler.h"
@@ -59,22 +64,35 @@ struct Menus {
     }
 };
 
-Stats Measure(int iterations, const std::function<bool()>& once)
-{
-    for (int i = 0; i < iterations / 10 + 5; ++i) // warm up
-        once();
+struct Row {
+    Row(const char* rowName, std::function<bool()> run) : name(rowName), once(std::move(run)) {}
+    const char* name;
+    std::function<bool()> once;
     std::vector<double> samples;
-    samples.reserve(static_cast<size_t>(iterations));
-    for (int i = 0; i < iterations; ++i) {
-        const double start = Now();
-        if (!once()) {
-            std::printf("a run failed\n");
-            return {};
+    Stats stats;
+};
+
+// Warm runs of every row, interleaved, each round starting with another row.
+bool Measure(int iterations, std::vector<Row>& rows)
+{
+    const int warmUp = iterations / 10 + 5;
+    for (int round = 0; round < warmUp + iterations; ++round) {
+        for (size_t turn = 0; turn < rows.size(); ++turn) {
+            Row& row = rows[(static_cast<size_t>(round) + turn) % rows.size()];
+            const double start = Now();
+            if (!row.once()) {
+                std::printf("a run of \"%s\" failed\n", row.name);
+                return false;
+            }
+            if (round >= warmUp)
+                row.samples.push_back(Now() - start);
         }
-        samples.push_back(Now() - start);
     }
-    std::sort(samples.begin(), samples.end());
-    return {samples[samples.size() / 2], samples[samples.size() * 95 / 100]};
+    for (Row& row : rows) {
+        std::sort(row.samples.begin(), row.samples.end());
+        row.stats = {row.samples[row.samples.size() / 2], row.samples[row.samples.size() * 95 / 100]};
+    }
+    return true;
 }
 
 bool RunHandler(IClassFactory* factory, IDataObject* data, Menus& menus)
@@ -87,16 +105,33 @@ bool RunHandler(IClassFactory* factory, IDataObject* data, Menus& menus)
     return SUCCEEDED(menu->QueryContextMenu(menus.Take(), 0, 100, 0x7FFF, CMF_NORMAL));
 }
 
-bool RunFloor(const std::wstring& configPath, Menus& menus)
+std::wstring ReadAppPaths()
+{
+    wchar_t folder[MAX_PATH] = {};
+    DWORD type = REG_SZ, size = sizeof(folder);
+    SHGetValueW(HKEY_LOCAL_MACHINE, kAppPaths, L"Path", &type, folder, &size);
+    return folder;
+}
+
+// With `selection`, row 4: also the drop-list read and the creation's App Paths read.
+bool RunFloor(const std::wstring& configPath, Menus& menus, IDataObject* selection)
 {
     const HRESULT com = CoInitialize(nullptr);
     ULONG_PTR token = 0;
     Gdiplus::GdiplusStartupInput input;
     Gdiplus::GdiplusStartup(&token, &input, nullptr);
 
-    wchar_t folder[MAX_PATH] = {};
-    DWORD type = REG_SZ, size = sizeof(folder);
-    SHGetValueW(HKEY_LOCAL_MACHINE, kAppPaths, L"Path", &type, folder, &size);
+    bool selected = true;
+    if (selection) {
+        ReadAppPaths();
+        FORMATETC format = {CF_HDROP, nullptr, DVASPECT_CONTENT, -1, TYMED_HGLOBAL};
+        STGMEDIUM medium = {};
+        selected = SUCCEEDED(selection->GetData(&format, &medium)) &&
+                   DragQueryFileW(static_cast<HDROP>(medium.hGlobal), 0xFFFFFFFF, nullptr, 0) > 0;
+        ReleaseStgMedium(&medium);
+    }
+    const std::wstring folder = ReadAppPaths();
+    DWORD type = 0;
     HKEY key = nullptr;
     DWORD option = 1;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Pelloc\\Profile", 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
@@ -107,14 +142,14 @@ bool RunFloor(const std::wstring& configPath, Menus& menus)
     }
     wchar_t language[1000] = {};
     GetPrivateProfileStringW(L"UI", L"language", L"", language, 1000, configPath.c_str());
-    std::wstring sender = std::wstring(folder) + L"\\Pelloc.exe";
+    std::wstring sender = folder + L"\\Pelloc.exe";
     const bool present = PathFileExistsW(sender.c_str()) != FALSE;
     InsertMenuW(menus.Take(), 0, MF_BYPOSITION | MF_STRING, 100, L"Transferred with Pelloc");
 
     Gdiplus::GdiplusShutdown(token);
     if (SUCCEEDED(com))
         CoUninitialize();
-    return present;
+    return present && selected;
 }
 
 std::wstring TempFolder()
@@ -175,25 +210,34 @@ int wmain(int argc, wchar_t** argv)
         return 1;
     }
 
-    Menus menus;
-    const Stats quillet = Measure(iterations, [&] { return RunHandler(factory.Get(), data.Get(), menus); });
-    const Stats minimal = Measure(iterations, [&] {
-        ComPtr<IClassFactory> none;
+    // Each row its own menus: our handler never fills the menu it filled last.
+    Menus quilletMenus, minimalMenus, floorMenus, fullFloorMenus;
+    std::vector<Row> rows;
+    rows.emplace_back("Quillet: create+Initialize+QueryContextMenu",
+                      [&] { return RunHandler(factory.Get(), data.Get(), quilletMenus); });
+    rows.emplace_back("minimal handler (one string item)", [&] {
         ComPtr<IShellExtInit> init;
         ComPtr<IContextMenu> menu;
         return SUCCEEDED(CreateMinimalHandler(IID_IShellExtInit, reinterpret_cast<void**>(init.GetAddressOf()))) &&
                SUCCEEDED(init->Initialize(nullptr, data.Get(), nullptr)) && SUCCEEDED(init.As(&menu)) &&
-               SUCCEEDED(menu->QueryContextMenu(menus.Take(), 0, 100, 0x7FFF, CMF_NORMAL));
+               SUCCEEDED(menu->QueryContextMenu(minimalMenus.Take(), 0, 100, 0x7FFF, CMF_NORMAL));
     });
-    const Stats floor = Measure(iterations, [&] { return RunFloor(config, menus); });
+    rows.emplace_back("floor of the calls the handler must make",
+                      [&] { return RunFloor(config, floorMenus, nullptr); });
+    rows.emplace_back("  + drop-list read + second App Paths read",
+                      [&] { return RunFloor(config, fullFloorMenus, data.Get()); });
+    if (!Measure(iterations, rows))
+        return 1;
+    const Stats& quillet = rows[0].stats;
 
-    std::printf("right-click latency, %d warm runs each (microseconds)\n", iterations);
+    std::printf("right-click latency, %d warm runs each, interleaved (microseconds)\n", iterations);
     std::printf("  %-44s %10s %10s\n", "", "median", "p95");
-    std::printf("  %-44s %10.1f %10.1f\n", "Quillet: create+Initialize+QueryContextMenu", quillet.median, quillet.p95);
-    std::printf("  %-44s %10.1f %10.1f\n", "minimal handler (one string item)", minimal.median, minimal.p95);
-    std::printf("  %-44s %10.1f %10.1f\n", "floor of the calls the handler must make", floor.median, floor.p95);
-    std::printf("  Quillet / minimal handler: %.2fx median\n", quillet.median / minimal.median);
-    std::printf("  Quillet / floor:           %.2fx median (target: 1.3x or less)\n", quillet.median / floor.median);
+    for (const Row& row : rows)
+        std::printf("  %-44s %10.1f %10.1f\n", row.name, row.stats.median, row.stats.p95);
+    std::printf("  Quillet / minimal handler: %.2fx median\n", quillet.median / rows[1].stats.median);
+    std::printf("  Quillet / floor:           %.2fx median (target: 1.3x or less)\n",
+                quillet.median / rows[2].stats.median);
+    std::printf("  Quillet / complete floor:  %.2fx median\n", quillet.median / rows[3].stats.median);
 
     factory.Reset();
     data.Reset();

@@ -2,15 +2,20 @@
 #include "menu/caption.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "handoff/sender_directory.h"
 #include "module/handler.h"
 #include "module/module_state.h"
+#include "platform/handles.h"
 #include "resources/resource_ids.h"
 
 namespace quillet {
 namespace {
+
+// Filled once under the module's critical section, never changed afterwards.
+std::optional<LanguageTable> g_sharedLanguageTable;
 
 // True when the language's caption was copied and is not empty.
 bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, wchar_t (&caption)[128])
@@ -21,6 +26,18 @@ bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, 
 }
 
 } // namespace
+
+const LanguageTable& SharedLanguageTable()
+{
+    CriticalSectionScope lock(ModuleCriticalSection());
+    if (!g_sharedLanguageTable) {
+        // A parse that runs out of memory leaves nothing behind, and the next creation tries again.
+        LanguageTable table;
+        LoadLanguageTable(ModuleInstance(), L"FILE", IDR_LANGUAGE_TABLE, table);
+        g_sharedLanguageTable = std::move(table);
+    }
+    return *g_sharedLanguageTable;
+}
 
 void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,
                    wchar_t (&caption)[128])
@@ -50,11 +67,10 @@ std::wstring ReadWantedLanguage()
 void CSDKelMN::ChooseMenuCaption()
 {
     try {
-        LoadLanguageTable(ModuleInstance(), L"FILE", IDR_LANGUAGE_TABLE, m_languageTable);
-        ChooseCaption(m_languageTable, ReadWantedLanguage(), ModuleInstance(), m_menuCaption);
+        const LanguageTable& table = SharedLanguageTable();
+        ChooseCaption(table, ReadWantedLanguage(), ModuleInstance(), m_menuCaption);
     } catch (...) {
         // Creation never fails over the caption: out of memory gives the plain one.
-        m_languageTable.clear();
         LoadStringW(ModuleInstance(), IDS_FALLBACK_CAPTION, m_menuCaption, 128);
     }
 }

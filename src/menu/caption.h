@@ -11,6 +11,9 @@ namespace quillet {
 // Table captions are copied into at most 128 bytes; only the string resource fills the buffer.
 constexpr size_t kTableCaptionBytes = 128;
 
+// The module's own table, parsed by the first caller in the process and then only read: it
+// is part of the module and cannot change while the module is loaded.
+const LanguageTable& SharedLanguageTable();
 // The caption of the wanted language when the table allows it, else of the table's own
 // language, else string resource 3004 of the module.
 void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,

@@ -16,7 +16,9 @@ constexpr UINT kClassicNonClientMetricsSize = offsetof(NONCLIENTMETRICSW, iPadde
 void CSDKelMN::MeasureCaption()
 {
     RECT rect = {0, 0, 1000, 1000};
-    WindowDc screen(nullptr);
+    // A DC made for the screen measures as the screen's own (same default font, same pixels
+    // per inch) without taking one of the shared screen DCs.
+    UniqueMemoryDc screen(CreateCompatibleDC(nullptr));
     if (screen) {
         SelectionScope font(screen.get(), m_hMenuFont);
         DrawTextW(screen.get(), m_menuCaption, -1, &rect, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);

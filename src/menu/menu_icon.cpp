@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "menu/shared_pictures.h"
 #include "module/handler.h"
 #include "module/module_state.h"
 #include "platform/display_metrics.h"
@@ -21,23 +22,24 @@ constexpr int kPngBasePercent = 240 * 100 / 96;
 
 constexpr UINT kBitmapLoadFlags = LR_CREATEDIBSECTION | LR_VGACOLOR;
 
-HBITMAP LoadBitmapResource(UINT id)
+UniqueBitmap LoadBitmapResource(UINT id, int)
 {
-    return static_cast<HBITMAP>(LoadImageW(ModuleInstance(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0,
-                                           kBitmapLoadFlags));
+    return UniqueBitmap(static_cast<HBITMAP>(
+        LoadImageW(ModuleInstance(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, kBitmapLoadFlags)));
 }
 
-} // namespace
-
-UniqueBitmap LoadPngMenuIcon(UINT id)
+// The display percent the PNG is wanted at, or 0 when the fixed-size bitmap serves instead.
+int PngIconPercent(UINT id)
 {
     if (id == 0 || IsWindowsXP())
-        return UniqueBitmap();
+        return 0;
     DisplayScale scale;
     MeasureDisplayScale(scale, true);
-    if (!scale.scaled)
-        return UniqueBitmap();
+    return scale.scaled ? scale.percent : 0;
+}
 
+UniqueBitmap DecodePngIcon(UINT id, int percent)
+{
     const HMODULE module = ModuleInstance();
     HRSRC info = FindResourceW(module, MAKEINTRESOURCEW(id), L"PNG");
     if (!info)
@@ -65,9 +67,9 @@ UniqueBitmap LoadPngMenuIcon(UINT id)
         return UniqueBitmap();
     int width = static_cast<int>(source.GetWidth());
     int height = static_cast<int>(source.GetHeight());
-    if (scale.percent != kPngBasePercent) {
-        width = MulDiv(width, scale.percent, kPngBasePercent);
-        height = MulDiv(height, scale.percent, kPngBasePercent);
+    if (percent != kPngBasePercent) {
+        width = MulDiv(width, percent, kPngBasePercent);
+        height = MulDiv(height, percent, kPngBasePercent);
     }
 
     Gdiplus::Bitmap scaled(width, height, source.GetPixelFormat());
@@ -87,19 +89,29 @@ UniqueBitmap LoadPngMenuIcon(UINT id)
     return bitmap;
 }
 
+} // namespace
+
+UniqueBitmap LoadPngMenuIcon(UINT id)
+{
+    const int percent = PngIconPercent(id);
+    return percent ? DecodePngIcon(id, percent) : UniqueBitmap();
+}
+
 void CSDKelMN::LoadMenuIcon()
 {
     if (m_hbmpMenuIcon)
         return;
-    m_hbmpMenuIcon = LoadPngMenuIcon(IDP_MENU_ICON).release();
+    // The display scale is measured at every load; only the pictures made for it are shared.
+    if (const int percent = PngIconPercent(IDP_MENU_ICON))
+        m_hbmpMenuIcon = SharedPicture(IDP_MENU_ICON, percent, &DecodePngIcon).release();
     if (!m_hbmpMenuIcon)
-        m_hbmpMenuIcon = LoadBitmapResource(IDB_MENU_ICON);
+        m_hbmpMenuIcon = SharedPicture(IDB_MENU_ICON, 0, &LoadBitmapResource).release();
 }
 
 void CSDKelMN::LoadMenuCheckBitmap()
 {
     if (!m_hbmpMenuCheck)
-        m_hbmpMenuCheck = LoadBitmapResource(IDB_MENU_CHECK);
+        m_hbmpMenuCheck = SharedPicture(IDB_MENU_CHECK, 0, &LoadBitmapResource).release();
 }
 
 } // namespace quillet

@@ -3,7 +3,6 @@
 #include <windows.h>
 #include <shlobj.h>
 
-#include "menu/language_table.h"
 #include "quillet_idl.h"
 #include "selection/selected_item.h"
 
@@ -76,7 +75,6 @@ protected:
     HFONT m_hMenuFont = nullptr;
     LOGFONTW m_menuLogFont = {};
     SelectedItems m_selectedItems;
-    LanguageTable m_languageTable;
 };
 
 // The GDI+ token of the most recently constructed handler (shared by all of them).

@@ -122,6 +122,18 @@ private:
     HGDIOBJ m_old;
 };
 
+// A critical section held for a scope.
+class CriticalSectionScope {
+public:
+    explicit CriticalSectionScope(CRITICAL_SECTION& section) : m_section(section) { EnterCriticalSection(&m_section); }
+    ~CriticalSectionScope() { LeaveCriticalSection(&m_section); }
+    CriticalSectionScope(const CriticalSectionScope&) = delete;
+    CriticalSectionScope& operator=(const CriticalSectionScope&) = delete;
+
+private:
+    CRITICAL_SECTION& m_section;
+};
+
 // GlobalLock for a scope.
 template <typename T>
 class GlobalLockScope {

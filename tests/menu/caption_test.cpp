@@ -1,7 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+#include <vector>
+
+#include "handoff/sender_directory.h"
 #include "menu/caption.h"
 #include "menu_test_support.h"
+#include "resources/resource_ids.h"
 #include "support/handler_access.h"
 
 namespace quillet {
@@ -43,6 +48,44 @@ TEST(MenuCaption, UnknownSenderFolderGivesEnglish)
     auto handler = test::MakeHandler();
     ASSERT_TRUE(handler);
     EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(handler.Get())), kEnglish);
+}
+
+TEST(MenuCaption, EveryNewHandlerReadsTheLanguageAgain)
+{
+    test::FakeSender sender(true, "zh-CN");
+    const std::wstring config = GetSenderDirectory() + L"config.ini";
+    auto first = test::MakeHandler();
+    ASSERT_TRUE(WritePrivateProfileStringW(L"UI", L"language", L"ru", config.c_str()));
+    auto second = test::MakeHandler();
+    ASSERT_TRUE(first && second);
+    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(first.Get())), std::wstring(L"以Pelloc 传输"));
+    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(second.Get())), std::wstring(L"Переданы с помощью Pelloc"));
+}
+
+TEST(MenuCaption, HandlersOnManyThreadsShareOneTableParsedFromTheModule)
+{
+    LanguageTable fresh;
+    LoadLanguageTable(GetModuleHandleW(nullptr), L"FILE", IDR_LANGUAGE_TABLE, fresh);
+    test::FakeSender sender(true, "ru");
+
+    constexpr size_t kThreads = 4;
+    const LanguageTable* tables[kThreads] = {};
+    std::wstring captions[kThreads];
+    std::vector<std::thread> threads;
+    for (size_t i = 0; i < kThreads; ++i) {
+        threads.emplace_back([&, i] {
+            tables[i] = &SharedLanguageTable();
+            auto handler = test::MakeHandler(); // each one in its own thread's apartment
+            captions[i] = handler ? HandlerInspector::CaptionOf(test::HandlerOf(handler.Get())) : L"<no handler>";
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(SharedLanguageTable(), fresh);
+    for (size_t i = 0; i < kThreads; ++i) {
+        EXPECT_EQ(tables[i], &SharedLanguageTable());
+        EXPECT_EQ(captions[i], L"Переданы с помощью Pelloc");
+    }
 }
 
 // The choice itself, on tables other than the embedded one.

@@ -102,5 +102,73 @@ TEST_F(MenuIcon, CheckBitmapIsThirteenPixelsWithAlpha)
     EXPECT_EQ(HandlerInspector::MenuCheckOf(object()), check);
 }
 
+// The pictures as decoded straight from the module, for comparison with the handlers' ones.
+UniqueBitmap FreshIcon()
+{
+    if (UniqueBitmap png = LoadPngMenuIcon(IDP_MENU_ICON))
+        return png;
+    return UniqueBitmap(static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDB_MENU_ICON),
+                                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION | LR_VGACOLOR)));
+}
+
+UniqueBitmap FreshCheck()
+{
+    return UniqueBitmap(static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDB_MENU_CHECK),
+                                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION | LR_VGACOLOR)));
+}
+
+TEST_F(MenuIcon, EveryHandlerOwnsAndFreesPicturesEqualToFreshlyDecodedOnes)
+{
+    struct Picture {
+        const char* name;
+        void (*load)(CSDKelMN&);
+        HBITMAP& (*field)(CSDKelMN&);
+        UniqueBitmap (*fresh)();
+    };
+    const Picture pictures[] = {
+        {"icon", &HandlerInspector::LoadMenuIcon, &HandlerInspector::MenuIconOf, &FreshIcon},
+        {"check mark", &HandlerInspector::LoadMenuCheckBitmap, &HandlerInspector::MenuCheckOf, &FreshCheck},
+    };
+    for (const Picture& picture : pictures) {
+        SCOPED_TRACE(picture.name);
+        // Three handlers, so that at least two take their picture from what an earlier one decoded.
+        Microsoft::WRL::ComPtr<IContextMenu3> handlers[3] = {test::MakeHandler(), test::MakeHandler(),
+                                                              test::MakeHandler()};
+        HBITMAP bitmaps[3] = {};
+        for (int i = 0; i < 3; ++i) {
+            ASSERT_TRUE(handlers[i]);
+            picture.load(test::HandlerOf(handlers[i].Get()));
+            bitmaps[i] = picture.field(test::HandlerOf(handlers[i].Get()));
+            ASSERT_NE(bitmaps[i], nullptr);
+        }
+        EXPECT_NE(bitmaps[0], bitmaps[1]);
+        EXPECT_NE(bitmaps[1], bitmaps[2]);
+        EXPECT_NE(bitmaps[0], bitmaps[2]);
+
+        UniqueBitmap fresh = picture.fresh();
+        const BitmapFacts expected = Inspect(fresh.get());
+        const std::vector<DWORD> expectedPixels = test::TopDownPixels(fresh.get());
+        ASSERT_FALSE(expectedPixels.empty());
+        for (int i = 0; i < 3; ++i) {
+            const BitmapFacts facts = Inspect(bitmaps[i]); // a 32-bit DIB section, or zeros
+            EXPECT_EQ(facts.width, expected.width);
+            EXPECT_EQ(facts.height, expected.height);
+            EXPECT_EQ(facts.bitsPerPixel, 32);
+            EXPECT_EQ(facts.someTransparent, expected.someTransparent);
+            EXPECT_EQ(facts.someOpaque, expected.someOpaque);
+            EXPECT_EQ(test::TopDownPixels(bitmaps[i]), expectedPixels) << "handler " << i;
+        }
+
+        // Each handler frees its own: the first one gone leaves the others' pictures whole.
+        handlers[0].Reset();
+        EXPECT_EQ(GetObjectType(bitmaps[0]), 0u);
+        EXPECT_EQ(test::TopDownPixels(bitmaps[2]), expectedPixels);
+        handlers[1].Reset();
+        handlers[2].Reset();
+        EXPECT_EQ(GetObjectType(bitmaps[1]), 0u);
+        EXPECT_EQ(GetObjectType(bitmaps[2]), 0u);
+    }
+}
+
 } // namespace
 } // namespace quillet

@@ -4,6 +4,9 @@
 
 #include <optional>
 #include <string>
+#include <vector>
+
+#include "platform/handles.h"
 
 #include "support/environment.h"
 #include "support/registry.h"
@@ -63,6 +66,20 @@ public:
 private:
     HMENU m_menu;
 };
+
+// Every pixel, top row first, as GDI reads the bitmap back: the same whatever its row order.
+inline std::vector<DWORD> TopDownPixels(HBITMAP bitmap)
+{
+    BITMAP facts = {};
+    if (!bitmap || !GetObjectW(bitmap, sizeof(facts), &facts))
+        return {};
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof(BITMAPINFOHEADER), facts.bmWidth, -facts.bmHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    std::vector<DWORD> pixels(static_cast<size_t>(facts.bmWidth) * static_cast<size_t>(facts.bmHeight));
+    UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
+    GetDIBits(dc.get(), bitmap, 0, static_cast<UINT>(facts.bmHeight), pixels.data(), &info, DIB_RGB_COLORS);
+    return pixels;
+}
 
 // The runs as Windows XP and XP x64 expect the forms of systems before Vista.
 inline bool RunsAsOlderWindows()

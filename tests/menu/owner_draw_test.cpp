@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <utility>
 
 #include "platform/handles.h"
 #include "support/handler_access.h"
@@ -136,6 +138,34 @@ TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
         EXPECT_GE(firstInk, c.left + checkWidth); // no picture, no text in the check-mark space
         EXPECT_LE(firstInk, c.left + checkWidth + 3);
         EXPECT_TRUE(textColourSeen);
+    }
+}
+
+// The caption's width in `font` (or the DC's own font) measured on the screen's DC.
+int ScreenCaptionWidth(const wchar_t* caption, HFONT font)
+{
+    WindowDc screen(nullptr);
+    SelectionScope selected(screen.get(), font);
+    RECT rect = {0, 0, 1000, 1000};
+    DrawTextW(screen.get(), caption, -1, &rect, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+    return rect.right;
+}
+
+TEST_F(OwnerDraw, CaptionMeasuresAsOnTheScreenWithAndWithoutTheMenuFont)
+{
+    CSDKelMN& h = object();
+    for (const wchar_t* caption : {L"Transferred with Pelloc", L"以Pelloc 传输", L"&Mit Pelloc übertragen"}) {
+        SCOPED_TRACE(testing::Message() << "caption " << testing::PrintToString(std::wstring(caption)));
+        lstrcpyW(HandlerInspector::CaptionOf(h), caption);
+        HandlerInspector::MeasureCaption(h);
+        EXPECT_GT(HandlerInspector::CaptionWidthOf(h), 0);
+        EXPECT_EQ(HandlerInspector::CaptionWidthOf(h), ScreenCaptionWidth(caption, HandlerInspector::MenuFontOf(h)));
+
+        // Newer systems never make the menu font: the caption is measured in the DC's own.
+        UniqueFont menuFont(std::exchange(HandlerInspector::MenuFontOf(h), nullptr));
+        HandlerInspector::MeasureCaption(h);
+        EXPECT_EQ(HandlerInspector::CaptionWidthOf(h), ScreenCaptionWidth(caption, nullptr));
+        HandlerInspector::MenuFontOf(h) = menuFont.release();
     }
 }
 

@@ -21,7 +21,6 @@ struct HandlerInspector {
     static UINT& IdCmdFirstOf(CSDKelMN& h) { return h.m_idCmdFirst; }
     static int& MenuItemStateOf(CSDKelMN& h) { return h.m_menuItemState; }
     static HRESULT ComInitOf(CSDKelMN& h) { return h.m_hrComInit; }
-    static LanguageTable& LanguageTableOf(CSDKelMN& h) { return h.m_languageTable; }
     static void LoadMenuIcon(CSDKelMN& h) { h.LoadMenuIcon(); }
     static void LoadMenuCheckBitmap(CSDKelMN& h) { h.LoadMenuCheckBitmap(); }
     static void MeasureCaption(CSDKelMN& h) { h.MeasureCaption(); }
