@@ -1,12 +1,14 @@
 // Pops up a context menu as Explorer would build it: a few ordinary commands and, between
 // them, the item the handler inserts. scripts/menu-screenshots photographs it.
 //
-//   menu-preview [--canrename] [--select N] [--swatch] [--rect FILE] [--done FILE]
+//   menu-preview [--canrename] [--select N] [--swatch] [--blend] [--rect FILE] [--done FILE]
 //
 // --canrename  asks as Explorer does for a renameable item (the owner-drawn form before Vista)
 // --select N   moves the keyboard selection down N times once the menu is open
 // --swatch     shows, instead of the menu, the item's picture blended with its alpha onto a
 //              light and a dark menu background, as Windows blends 32-bit menu pictures
+// --blend      shows the item's picture blended onto the menu, as Windows Vista and later
+//              do, instead of in the check-mark slot that Wine paints without alpha
 // --rect FILE  writes the open menu's (or swatch's) screen rectangle there, as WxH+X+Y
 // --done FILE  closes the menu as soon as FILE exists (after 60 s at the latest)
 #include <windows.h>
@@ -16,6 +18,7 @@
 #include <cstdio>
 #include <string>
 
+#include "blended_picture.h"
 #include "module/handler_objects.h"
 #include "module/module_state.h"
 #include "support/environment.h"
@@ -35,6 +38,7 @@ constexpr COLORREF kDarkMenu = RGB(0x2B, 0x2B, 0x2B);
 struct Options {
     bool canRename = false;
     bool swatch = false;
+    bool blend = false;
     int select = 0;
     std::wstring rectFile;
     std::wstring doneFile;
@@ -153,6 +157,8 @@ int wmain(int argc, wchar_t** argv)
             g_options.canRename = true;
         else if (arg == L"--swatch")
             g_options.swatch = true;
+        else if (arg == L"--blend")
+            g_options.blend = true;
         else if (arg == L"--select" && i + 1 < argc)
             g_options.select = _wtoi(argv[++i]);
         else if (arg == L"--rect" && i + 1 < argc)
@@ -187,6 +193,9 @@ int wmain(int argc, wchar_t** argv)
         std::printf("QueryContextMenu: 0x%08lx\n", static_cast<unsigned long>(hr));
         if (hr != 1)
             status = 1;
+        const HBITMAP blended = g_options.blend ? ShowPictureBlended(menu, kHandlerPosition) : nullptr;
+        if (g_options.blend && !blended)
+            status = 1;
 
         if (g_options.swatch) {
             MENUITEMINFOW info = {};
@@ -215,6 +224,8 @@ int wmain(int argc, wchar_t** argv)
             TrackPopupMenu(menu, TPM_LEFTALIGN | TPM_TOPALIGN | TPM_RETURNCMD, 24, 24, 0, window, nullptr);
         }
         DestroyMenu(menu);
+        if (blended)
+            DeleteObject(blended);
         DestroyWindow(window);
         g_handler.Reset();
         quillet::test::RemoveTree(folder);
