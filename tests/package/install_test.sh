@@ -70,13 +70,15 @@ expect_no_command() {
 
 # Nothing of ours left: class, ProgIDs, type library, interface, handler keys, the remembered
 # folder, either package's entry in the installed programs; and no DLL in Program Files.
+# Further names ($2...) are read along, for the caller.
 expect_nothing() {
     local state="$1" name
+    shift
     local names=("HKCR\\CLSID\\$clsid\\" 'HKCR\Quillet.FTKelMN\' 'HKCR\Quillet.FTKelMN.1\'
         "HKCR\\TypeLib\\$libid\\1.0\\" "HKCR\\Interface\\$iid\\" "${handler_keys[@]}"
         'HKLM\SOFTWARE\Pelloc\Quillet\InstallDir' "$(uninstall_key "$msi")DisplayName"
         "$(uninstall_key "$scratch/newer.msi")DisplayName")
-    read_values "${names[@]}"
+    read_values "${names[@]}" "$@"
     for name in "${names[@]}"; do
         [ "$(value_of "$name")" = "<absent>" ] || fail "$state: $name is left ('$(value_of "$name")')"
     done
@@ -84,12 +86,15 @@ expect_nothing() {
 }
 
 old_path=""
+set_app_paths=false
 had_default_dir=false
 [ -e "$default_dir" ] && had_default_dir=true
 installed=""   # the package to remove when the test stops early
 cleanup() {
     [ -z "$installed" ] || msiexec /x "$(winpath "$installed")" || true
-    if [ -n "$old_path" ]; then
+    if ! $set_app_paths; then
+        :
+    elif [ -n "$old_path" ]; then
         "$run" reg add "$app_paths" /v Path /d "$old_path" /f >/dev/null 2>&1 || true
     else
         "$run" reg delete "$app_paths" /v Path /f >/dev/null 2>&1 || true
@@ -98,13 +103,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# The sender installed where App Paths says, and one real file to right-click.
-old_path="$("$run" reg query "$app_paths" /v Path 2>/dev/null | sed -n 's/^ *Path *REG_SZ *//p' | tr -d '\r' || true)"
 rm -rf "$home" "$scratch"
-mkdir -p "$home/sender" "$scratch"
-cp "$sender" "$home/sender/Pelloc.exe"
-echo "item" > "$home/item.txt"
-"$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
+mkdir -p "$home" "$scratch"
 # A newer build: the same file, a higher version.
 IFS=. read -r major minor patch <<<"$version"
 newer="$major.$minor.$((patch + 1))"
@@ -116,8 +116,18 @@ msiexec /i "$(winpath "$msi")" 'INSTALLDIR=Q:\nowhere\Pelloc\' && fail "install 
 deep='C:\quillet-package-test'
 while [ ${#deep} -lt 250 ]; do deep="$deep\\deeper-and-deeper"; done
 msiexec /i "$(winpath "$msi")" "INSTALLDIR=$deep\\" && fail "install too deep to register succeeded"
-expect_nothing "after the failed installs"
+expect_nothing "after the failed installs" "$app_paths\\Path"
 [ -z "$(find "$home" -name Quillet.dll)" ] || fail "a failed install left Quillet.dll behind"
+
+# The sender installed where App Paths says (what was there is put back at the end), and one
+# real file to right-click.
+old_path="$(value_of "$app_paths\\Path")"
+[ "$old_path" != "<absent>" ] || old_path=""
+mkdir -p "$home/sender"
+cp "$sender" "$home/sender/Pelloc.exe"
+echo "item" > "$home/item.txt"
+set_app_paths=true
+"$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
 
 # Installed into a folder of the user's choice (with a blank, as Program Files has).
 chosen='C:\quillet-package-test\Chosen Folder\Quillet.dll'
