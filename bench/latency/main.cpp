@@ -26,6 +26,7 @@
 #include "minimal_handler.h"
 #include "platform/gdiplus.h"
 #include "quillet_idl.h"
+#include "stand_in_sender.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -152,15 +153,6 @@ bool RunFloor(const std::wstring& configPath, Menus& menus, IDataObject* selecti
     return present && selected;
 }
 
-std::wstring TempFolder()
-{
-    wchar_t temp[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, temp);
-    std::wstring folder = std::wstring(temp) + L"quillet-latency-" + std::to_wstring(GetCurrentProcessId());
-    CreateDirectoryW(folder.c_str(), nullptr);
-    return folder;
-}
-
 } // namespace
 
 int wmain(int argc, wchar_t** argv)
@@ -168,45 +160,25 @@ int wmain(int argc, wchar_t** argv)
     const int iterations = argc > 1 ? std::max(10, _wtoi(argv[1])) : 2000;
     CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 
-    // The sender "installed" in a folder of our own, with a config.ini, as on a user's machine.
-    const std::wstring folder = TempFolder();
-    const std::wstring sender = folder + L"\\Pelloc.exe";
-    const std::wstring config = folder + L"\\config.ini";
-    const std::wstring item = folder + L"\\item.txt";
-    for (const std::wstring& file : {sender, item})
-        CloseHandle(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-    WritePrivateProfileStringW(L"UI", L"language", L"en", config.c_str());
-    HKEY appPaths = nullptr;
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &appPaths, nullptr);
-    RegSetValueExW(appPaths, L"Path", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder.c_str()),
-                   static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t)));
-    RegCloseKey(appPaths);
-
-    // The shell's own data object for one item, made once: Explorer has it already.
-    PIDLIST_ABSOLUTE id = nullptr;
-    ComPtr<IShellFolder> parent;
-    PCUITEMID_CHILD child = nullptr;
+    // The sender "installed" in a folder of our own, and the shell's data object for one file
+    // beside it, made once: Explorer has it already.
+    const StandInSender installed(L"quillet-latency");
+    const std::wstring& config = installed.config;
     ComPtr<IDataObject> data;
-    if (FAILED(SHParseDisplayName(item.c_str(), nullptr, &id, 0, nullptr)) ||
-        FAILED(SHBindToParent(id, IID_IShellFolder, reinterpret_cast<void**>(parent.GetAddressOf()), &child)) ||
-        FAILED(parent->GetUIObjectOf(nullptr, 1, &child, IID_IDataObject, nullptr,
-                                     reinterpret_cast<void**>(data.GetAddressOf())))) {
-        std::printf("no data object for %ls\n", item.c_str());
+    if (FAILED(ShellDataObject(installed.item, data.GetAddressOf()))) {
+        std::printf("no data object for %ls\n", installed.item.c_str());
         return 1;
     }
 
-    wchar_t modulePath[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, modulePath, MAX_PATH);
-    PathRemoveFileSpecW(modulePath);
-    PathAppendW(modulePath, L"Quillet.dll");
-    HMODULE module = LoadLibraryW(modulePath);
+    const std::wstring modulePath = BesideProgram(L"Quillet.dll");
+    HMODULE module = LoadLibraryW(modulePath.c_str());
     auto getClassObject = module ? reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
                                        reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")))
                                  : nullptr;
     ComPtr<IClassFactory> factory;
     if (!getClassObject ||
         FAILED(getClassObject(CLSID_FTKelMN, IID_IClassFactory, reinterpret_cast<void**>(factory.GetAddressOf())))) {
-        std::printf("cannot load %ls\n", modulePath);
+        std::printf("cannot load %ls\n", modulePath.c_str());
         return 1;
     }
 
@@ -241,16 +213,6 @@ int wmain(int argc, wchar_t** argv)
 
     factory.Reset();
     data.Reset();
-    parent.Reset();
-    CoTaskMemFree(id);
-    HKEY cleanup = nullptr;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, KEY_SET_VALUE, &cleanup) == ERROR_SUCCESS) {
-        RegDeleteValueW(cleanup, L"Path");
-        RegCloseKey(cleanup);
-    }
-    for (const std::wstring& file : {sender, item, config})
-        DeleteFileW(file.c_str());
-    RemoveDirectoryW(folder.c_str());
     CoUninitialize();
     return 0;
 }
