@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <clocale>
 #include <cstdio>
 #include <cwchar>
 #include <string_view>
 
 #include "platform/handles.h"
+#include "platform/thread_locale.h"
 
 namespace quillet {
 namespace {
@@ -78,8 +78,9 @@ std::wstring MakeTempFileName(const wchar_t* prefix)
 
 int WriteTransferList(SelectedItems& items, const wchar_t* fileName)
 {
-    // Set on every call and never restored; the bytes of a binary stream do not depend on it.
-    std::setlocale(LC_ALL, "chs");
+    // The bytes of a binary stream do not depend on the locale; it is set for this thread and
+    // this write only, where the runtime allows that.
+    const ThreadLocaleScope locale("chs");
     if (items.empty() || !fileName)
         return 0;
     UniqueCrtFile file;
