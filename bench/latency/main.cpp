@@ -26,12 +26,13 @@
 #include "minimal_handler.h"
 #include "platform/gdiplus.h"
 #include "quillet_idl.h"
+#include "sender/sender_installation.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
 
-const wchar_t kAppPaths[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
+using quillet::kSenderAppPathsKey;
 
 double Now()
 {
@@ -109,7 +110,7 @@ std::wstring ReadAppPaths()
 {
     wchar_t folder[MAX_PATH] = {};
     DWORD type = REG_SZ, size = sizeof(folder);
-    SHGetValueW(HKEY_LOCAL_MACHINE, kAppPaths, L"Path", &type, folder, &size);
+    SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, L"Path", &type, folder, &size);
     return folder;
 }
 
@@ -134,10 +135,10 @@ bool RunFloor(const std::wstring& configPath, Menus& menus, IDataObject* selecti
     DWORD type = 0;
     HKEY key = nullptr;
     DWORD option = 1;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Pelloc\\Profile", 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, quillet::kSenderProfileKey, 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
         ERROR_SUCCESS) {
         DWORD bytes = sizeof(option);
-        RegQueryValueExW(key, L"MenuOption", nullptr, &type, reinterpret_cast<BYTE*>(&option), &bytes);
+        RegQueryValueExW(key, quillet::kMenuOptionValue, nullptr, &type, reinterpret_cast<BYTE*>(&option), &bytes);
         RegCloseKey(key);
     }
     wchar_t language[1000] = {};
@@ -177,7 +178,7 @@ int wmain(int argc, wchar_t** argv)
         CloseHandle(CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
     WritePrivateProfileStringW(L"UI", L"language", L"en", config.c_str());
     HKEY appPaths = nullptr;
-    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &appPaths, nullptr);
+    RegCreateKeyExW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &appPaths, nullptr);
     RegSetValueExW(appPaths, L"Path", 0, REG_SZ, reinterpret_cast<const BYTE*>(folder.c_str()),
                    static_cast<DWORD>((folder.size() + 1) * sizeof(wchar_t)));
     RegCloseKey(appPaths);
@@ -244,7 +245,7 @@ int wmain(int argc, wchar_t** argv)
     parent.Reset();
     CoTaskMemFree(id);
     HKEY cleanup = nullptr;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kAppPaths, 0, KEY_SET_VALUE, &cleanup) == ERROR_SUCCESS) {
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, 0, KEY_SET_VALUE, &cleanup) == ERROR_SUCCESS) {
         RegDeleteValueW(cleanup, L"Path");
         RegCloseKey(cleanup);
     }

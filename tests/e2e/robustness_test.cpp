@@ -11,11 +11,12 @@
 #include <random>
 #include <string>
 
+#include "common/drop_data_object.h"
+#include "common/module_library.h"
+#include "common/registry.h"
 #include "quillet_idl.h"
-#include "support/drop_data_object.h"
+#include "sender/sender_installation.h"
 #include "support/environment.h"
-#include "support/module_library.h"
-#include "support/registry.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -95,8 +96,7 @@ protected:
 
     ModuleLibrary module{ModulePath()};
     ComPtr<IClassFactory> factory;
-    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe",
-                               L"Path"};
+    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     std::wstring temp;
     wchar_t savedTmp[MAX_PATH] = {};
     std::mt19937 random{20261121};
