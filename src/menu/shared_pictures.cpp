@@ -11,8 +11,8 @@ struct KeptPicture {
     DibPixels pixels;
 };
 
-// Only ever appended to, under the resources' lock; a display scale seen once more
-// finds its pixels again. Lives until the module is unloaded.
+// Only ever appended to, under the resources' lock; a display scale seen once more finds its
+// pixels again. Lives until the module is unloaded.
 std::vector<KeptPicture> g_keptPictures;
 
 BITMAPINFO InfoOf(const DibPixels& pixels)

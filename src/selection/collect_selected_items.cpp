@@ -13,15 +13,15 @@ constexpr UINT kItemPathLength = 1024;
 
 } // namespace
 
-bool CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items)
+void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items)
 {
     items.clear();
     if (!dropList)
-        return false;
+        return;
     DropListReader reader(dropList, dropListBytes);
     const UINT count = CountDropList(dropList, reader);
     if (count < 1)
-        return true;
+        return;
 
     items.reserve(std::min(count, reader.Count()));
     for (UINT index = 0; index < count; ++index) {
@@ -29,11 +29,10 @@ bool CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& i
         if (reader.QueryFile(index, buffer, kItemPathLength) == 0) {
             // One unreadable name spoils the whole selection.
             items.clear();
-            return false;
+            return;
         }
         items.push_back(MakeSelectedItem(std::wstring(buffer)));
     }
-    return true;
 }
 
 SelectedItem MakeSelectedItem(std::wstring path)

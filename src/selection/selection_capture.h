@@ -20,9 +20,9 @@ HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, std::vector<st
 // resolved, so a moved target is not searched for.
 std::wstring ResolveShortcutTarget(const wchar_t* path);
 
-// Rebuilds items from the drop list (dropListBytes: the size of its global block); false when
-// the list is null or one of its names cannot be read, which leaves items empty.
-bool CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items);
+// Rebuilds items from the drop list (dropListBytes: the size of its global block); a null list,
+// or one whose names cannot all be read, leaves items empty.
+void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items);
 
 // The record for one path: a folder when it is a directory, a drive designator or
 // something that cannot be opened for reading.

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <cwchar>
+#include <iterator>
 
 #include "platform/handles.h"
 
@@ -41,7 +42,8 @@ std::wstring ReadSenderLanguage()
     // Plain concatenation: a doubled separator is harmless, and an unknown folder gives "\config.ini".
     const std::wstring path = GetSenderDirectory() + L"\\config.ini";
     wchar_t language[1000] = {};
-    GetPrivateProfileStringW(L"UI", L"language", L"", language, 1000, path.c_str());
+    GetPrivateProfileStringW(L"UI", L"language", L"", language, static_cast<DWORD>(std::size(language)),
+                             path.c_str());
     return language;
 }
 
