@@ -26,13 +26,14 @@
 #include "minimal_handler.h"
 #include "platform/gdiplus.h"
 #include "quillet_idl.h"
+#include "sender/sender_installation.h"
 #include "stand_in_sender.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace {
 
-const wchar_t kAppPaths[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
+using quillet::kSenderAppPathsKey;
 
 double Now()
 {
@@ -110,7 +111,7 @@ std::wstring ReadAppPaths()
 {
     wchar_t folder[MAX_PATH] = {};
     DWORD type = REG_SZ, size = sizeof(folder);
-    SHGetValueW(HKEY_LOCAL_MACHINE, kAppPaths, L"Path", &type, folder, &size);
+    SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, L"Path", &type, folder, &size);
     return folder;
 }
 
@@ -135,10 +136,10 @@ bool RunFloor(const std::wstring& configPath, Menus& menus, IDataObject* selecti
     DWORD type = 0;
     HKEY key = nullptr;
     DWORD option = 1;
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Pelloc\\Profile", 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, quillet::kSenderProfileKey, 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, &key) ==
         ERROR_SUCCESS) {
         DWORD bytes = sizeof(option);
-        RegQueryValueExW(key, L"MenuOption", nullptr, &type, reinterpret_cast<BYTE*>(&option), &bytes);
+        RegQueryValueExW(key, quillet::kMenuOptionValue, nullptr, &type, reinterpret_cast<BYTE*>(&option), &bytes);
         RegCloseKey(key);
     }
     wchar_t language[1000] = {};

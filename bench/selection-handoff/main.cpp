@@ -22,11 +22,12 @@
 #include <string>
 #include <vector>
 
-#include "handoff/sender_directory.h"
-#include "module/handler_objects.h"
-#include "module/module_state.h"
+#include "common/drop_data_object.h"
+#include "common/files.h"
+#include "common/module_library.h"
 #include "platform/handles.h"
-#include "support/drop_data_object.h"
+#include "quillet_idl.h"
+#include "sender/sender_installation.h"
 
 namespace {
 
@@ -97,7 +98,8 @@ struct Figures {
     ULONGLONG listBytes = 0;
 };
 
-Figures Measure(const std::vector<std::wstring>& allPaths, size_t count, const std::wstring& lists, int rounds)
+Figures Measure(IClassFactory* factory, const std::vector<std::wstring>& allPaths, size_t count,
+                const std::wstring& lists, int rounds)
 {
     const std::vector<std::wstring> paths(allPaths.begin(), allPaths.begin() + static_cast<ptrdiff_t>(count));
     const auto data = quillet::test::DropDataObject::Create(quillet::test::WideDropFiles(paths));
@@ -106,7 +108,7 @@ Figures Measure(const std::vector<std::wstring>& allPaths, size_t count, const s
     figures.count = count;
     for (int round = 0; round < rounds; ++round) {
         ComPtr<IShellExtInit> init;
-        if (FAILED(quillet::CreatePlainHandler(nullptr, IID_PPV_ARGS(&init))))
+        if (FAILED(factory->CreateInstance(nullptr, IID_PPV_ARGS(&init))))
             return figures;
         ComPtr<IContextMenu> menu;
         init.As(&menu);
@@ -168,8 +170,14 @@ void RemoveFiles(const std::vector<std::wstring>& paths, const std::wstring& fil
 
 int main(int argc, char** argv)
 {
-    quillet::InitializeModule(GetModuleHandleW(nullptr));
     CoInitialize(nullptr);
+    // The handler as the shell gets it, from the DLL beside this program.
+    const quillet::test::ModuleLibrary module(quillet::test::ModulePath());
+    ComPtr<IClassFactory> factory;
+    if (FAILED(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&factory)))) {
+        std::fprintf(stderr, "no class object from Quillet.dll\n");
+        return 1;
+    }
 
     std::vector<size_t> counts;
     bool clean = false;
@@ -202,7 +210,7 @@ int main(int argc, char** argv)
                 "InvokeCommand", "write floor", "ratio", "list bytes");
     std::vector<Figures> results;
     for (const size_t count : counts) {
-        const Figures f = Measure(paths, count, lists, count >= 100000 ? 3 : 5);
+        const Figures f = Measure(factory.Get(), paths, count, lists, count >= 100000 ? 3 : 5);
         results.push_back(f);
         std::printf("%9zu %10.1f ms %10.1f ms %5.2fx %12.1f ms %10.1f ms %5.2fx %12llu\n", f.count, f.initialize,
                     f.attributesFloor, f.initialize / f.attributesFloor, f.invoke, f.writeFloor,
@@ -223,7 +231,7 @@ int main(int argc, char** argv)
         RemoveFiles(paths, files);
         RemoveDirectoryW(root.c_str());
     }
+    factory.Reset();
     CoUninitialize();
-    quillet::TerminateModule(false);
     return 0;
 }

@@ -1,10 +1,9 @@
-// IContextMenu::InvokeCommand: the user chose the command.
+#include "handoff/invoke_command.h"
+
 #include <string>
 
 #include "handoff/sender_launch.h"
 #include "handoff/transfer_list.h"
-#include "module/handler.h"
-#include "platform/com_guard.h"
 
 namespace quillet {
 namespace {
@@ -29,16 +28,16 @@ const wchar_t* WidenVerb(const char* verb, std::wstring& storage)
     return storage.c_str();
 }
 
-} // namespace
-
-bool CSDKelMN::AcceptsVerb(const CMINVOKECOMMANDINFO& info) const
+// Whether the verb names the command: the offset 0 or menuItemState, or the caption in any
+// letter case.
+bool AcceptsVerb(const CMINVOKECOMMANDINFO& info, const wchar_t* caption, int menuItemState)
 {
     // Only bits 16 to 31 tell an offset from a string, as the shell's HIWORD test does.
     const auto verb = reinterpret_cast<UINT_PTR>(info.lpVerb);
     if (((verb >> 16) & 0xFFFF) == 0) {
         // 0 is the one command there is; it is accepted whatever the insertion recorded.
         const int offset = static_cast<int>(verb & 0xFFFF);
-        return offset == m_menuItemState || offset == 0;
+        return offset == menuItemState || offset == 0;
     }
 
     // The size alone says which verb to read; CMIC_MASK_UNICODE is not consulted.
@@ -47,22 +46,23 @@ bool CSDKelMN::AcceptsVerb(const CMINVOKECOMMANDINFO& info) const
                                   ? reinterpret_cast<const CMINVOKECOMMANDINFOEX&>(info).lpVerbW
                                   : WidenVerb(info.lpVerb, converted);
     // The only string verb answered is the caption itself, in any letter case.
-    return wideVerb && _wcsicmp(m_menuCaption, wideVerb) == 0;
+    return wideVerb && _wcsicmp(caption, wideVerb) == 0;
 }
 
-STDMETHODIMP CSDKelMN::InvokeCommand(CMINVOKECOMMANDINFO* pici)
+} // namespace
+
+HRESULT RunCommand(const CMINVOKECOMMANDINFO* info, const wchar_t* caption, int menuItemState,
+                   SelectedItems& items)
 {
-    return GuardedCall([&]() -> HRESULT {
-        if (!pici || !AcceptsVerb(*pici))
-            return E_INVALIDARG;
-        const std::wstring listFile = MakeTempFileName(L"~ft");
-        const int written = WriteTransferList(m_selectedItems, listFile.c_str());
-        // The selection is spent either way; a second call needs a new Initialize.
-        m_selectedItems.clear();
-        if (!written)
-            return E_INVALIDARG;
-        return LaunchSender(listFile.c_str()) ? S_OK : E_FAIL;
-    });
+    if (!info || !AcceptsVerb(*info, caption, menuItemState))
+        return E_INVALIDARG;
+    const std::wstring listFile = MakeTempFileName(L"~ft");
+    const bool written = WriteTransferList(items, listFile.c_str());
+    // The selection is spent either way; a second call needs a new Initialize.
+    items.clear();
+    if (!written)
+        return E_INVALIDARG;
+    return LaunchSender(listFile.c_str()) ? S_OK : E_FAIL;
 }
 
 } // namespace quillet

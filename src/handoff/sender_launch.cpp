@@ -5,16 +5,19 @@
 
 #include <string>
 
-#include "handoff/sender_directory.h"
 #include "platform/handles.h"
 #include "platform/os_version.h"
 #include "platform/wow64_redirector.h"
+#include "sender/sender_installation.h"
 
 // Last: it renames the unbounded string routines that the headers above may use.
 #include <strsafe.h>
 
 namespace quillet {
 namespace {
+
+// The longest command line the plain start passes on, terminator included.
+constexpr size_t kCommandLineLength = 520;
 
 // The show state is set without STARTF_USESHOWWINDOW, so the sender gets the default.
 STARTUPINFOW SenderStartupInfo()
@@ -34,7 +37,7 @@ void WaitAndCollect(HANDLE process, DWORD waitMilliseconds, DWORD* exitCodeOut)
     }
 }
 
-BOOL RunElevated(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
+bool RunElevated(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
                  DWORD waitMilliseconds, DWORD* exitCodeOut)
 {
     SHELLEXECUTEINFOW info = {};
@@ -47,13 +50,13 @@ BOOL RunElevated(HWND hwnd, const wchar_t* file, const wchar_t* parameters, cons
     info.lpDirectory = directory;
     info.nShow = SW_SHOWNORMAL;
     if (!ShellExecuteExW(&info))
-        return FALSE; // also when the user refuses the elevation prompt
+        return false; // also when the user refuses the elevation prompt
     UniqueKernelHandle process(info.hProcess);
     WaitAndCollect(process.get(), waitMilliseconds, exitCodeOut);
-    return TRUE;
+    return true;
 }
 
-BOOL RunPlain(const wchar_t* file, const wchar_t* parameters, const wchar_t* directory, DWORD waitMilliseconds,
+bool RunPlain(const wchar_t* file, const wchar_t* parameters, const wchar_t* directory, DWORD waitMilliseconds,
               DWORD* exitCodeOut)
 {
     std::wstring commandLine = L"\"" + std::wstring(file) + L"\"";
@@ -65,61 +68,53 @@ BOOL RunPlain(const wchar_t* file, const wchar_t* parameters, const wchar_t* dir
     PROCESS_INFORMATION info = {};
     if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, directory, &startup,
                         &info))
-        return FALSE;
+        return false;
     UniqueKernelHandle process(info.hProcess);
     UniqueKernelHandle thread(info.hThread); // closed first
     WaitAndCollect(process.get(), waitMilliseconds, exitCodeOut);
-    return TRUE;
+    return true;
 }
 
 } // namespace
 
-BOOL StartProcess(wchar_t* commandLine)
+bool StartProcess(wchar_t* commandLine)
 {
     STARTUPINFOW startup = SenderStartupInfo();
     PROCESS_INFORMATION info = {};
-    const BOOL started =
-        CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info);
+    const bool started =
+        CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info) != FALSE;
     UniqueKernelHandle process(info.hProcess);
     UniqueKernelHandle thread(info.hThread); // closed first
     return started;
 }
 
-BOOL RunProgram(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
+bool RunProgram(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
                 DWORD waitMilliseconds, DWORD* exitCodeOut, bool elevate)
 {
     if (!file)
-        return FALSE;
+        return false;
     if (elevate && IsVistaOrLater())
         return RunElevated(hwnd, file, parameters, directory, waitMilliseconds, exitCodeOut);
     return RunPlain(file, parameters, directory, waitMilliseconds, exitCodeOut);
 }
 
-int LaunchSender(const wchar_t* listFileName)
+bool LaunchSender(const wchar_t* listFileName)
 {
     if (!listFileName)
-        return 0;
+        return false;
     const std::wstring argument = L"/transferfilelist=\"" + std::wstring(listFileName) + L"\"";
 
     CWow64FsRedirector redirector;
-    wchar_t senderPath[MAX_PATH] = {};
-    DWORD type = REG_SZ;
-    // One byte short of the buffer, deliberately.
-    DWORD size = sizeof(senderPath) - 1;
-    SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, senderPath, &size);
-    // A value that did not fit may have left the buffer unterminated.
-    senderPath[MAX_PATH - 1] = L'\0';
-    // Without a registered folder this tests the bare name; no other place is searched.
-    PathAppendW(senderPath, kSenderFileName);
-    if (!PathFileExistsW(senderPath))
-        return 1;
+    const std::wstring senderPath = SenderPathForLaunch();
+    if (!PathFileExistsW(senderPath.c_str()))
+        return true;
 
     // The sender's path goes unquoted; a line too long is cut and used as it is.
-    wchar_t commandLine[520] = {};
-    StringCchPrintfW(commandLine, 520, L"%ls %ls", senderPath, argument.c_str());
+    wchar_t commandLine[kCommandLineLength] = {};
+    StringCchPrintfW(commandLine, kCommandLineLength, L"%ls %ls", senderPath.c_str(), argument.c_str());
     if (!StartProcess(commandLine) && IsVistaOrLater())
-        RunProgram(nullptr, senderPath, argument.c_str(), nullptr, 0, nullptr, true);
-    return 1;
+        RunProgram(nullptr, senderPath.c_str(), argument.c_str(), nullptr, 0, nullptr, true);
+    return true;
 }
 
 } // namespace quillet

@@ -6,17 +6,17 @@ namespace quillet {
 
 // Finds the sender through its App Paths registration and starts it with
 // /transferfilelist="<listFileName>", elevated on a second try from Windows Vista on.
-// 0 only when listFileName is null; 1 whether or not anything was started.
-int LaunchSender(const wchar_t* listFileName);
+// False only when listFileName is null; true whether or not anything was started.
+bool LaunchSender(const wchar_t* listFileName);
 
 // One CreateProcessW of commandLine as it stands (unquoted paths stay unquoted); the
 // process is not waited for.
-BOOL StartProcess(wchar_t* commandLine);
+bool StartProcess(wchar_t* commandLine);
 
 // Starts file with parameters. With elevate on Windows Vista or later: through the shell's
 // "runas" verb. Otherwise: CreateProcessW of "\"file\" parameters" in directory. Waits up to
 // waitMilliseconds, then reports the exit code (0 while it runs) when exitCodeOut is given.
-BOOL RunProgram(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
+bool RunProgram(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const wchar_t* directory,
                 DWORD waitMilliseconds, DWORD* exitCodeOut, bool elevate);
 
 } // namespace quillet

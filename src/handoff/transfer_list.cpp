@@ -4,12 +4,12 @@
 
 #include <algorithm>
 #include <charconv>
-#include <clocale>
 #include <cstdio>
 #include <cwchar>
 #include <string_view>
 
 #include "platform/handles.h"
+#include "platform/thread_locale.h"
 
 namespace quillet {
 namespace {
@@ -17,6 +17,8 @@ namespace {
 constexpr std::wstring_view kHeader = L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n";
 constexpr std::wstring_view kFolderHeader = L"\r\n[pathlist]\r\n";
 constexpr std::wstring_view kLineEnd = L"\r\n";
+// Room for the temporary folder and for the list file's name in it.
+constexpr DWORD kTempPathLength = 520;
 
 // Gathers the list in one reused buffer and hands it to the stream a buffer at a time: a
 // formatted write per line costs several times the disk write itself for large selections.
@@ -58,7 +60,7 @@ public:
     }
 
 private:
-    static constexpr size_t kBufferSize = 64 * 1024;
+    static constexpr size_t kBufferSize = size_t{64} * 1024;
     FILE* m_file;
     std::wstring m_buffer;
 };
@@ -67,24 +69,25 @@ private:
 
 std::wstring MakeTempFileName(const wchar_t* prefix)
 {
-    wchar_t folder[520] = {};
-    wchar_t fileName[520] = {};
-    GetTempPathW(520, folder);
+    wchar_t folder[kTempPathLength] = {};
+    wchar_t fileName[kTempPathLength] = {};
+    GetTempPathW(kTempPathLength, folder);
     // Windows picks the number and creates the file to reserve it; the writer makes it again.
     GetTempFileNameW(folder, prefix, 0, fileName);
     DeleteFileW(fileName);
-    return std::wstring(fileName, wcsnlen(fileName, 520));
+    return std::wstring(fileName, wcsnlen(fileName, kTempPathLength));
 }
 
-int WriteTransferList(SelectedItems& items, const wchar_t* fileName)
+bool WriteTransferList(SelectedItems& items, const wchar_t* fileName)
 {
-    // Set on every call and never restored; the bytes of a binary stream do not depend on it.
-    std::setlocale(LC_ALL, "chs");
+    // The bytes of a binary stream do not depend on the locale; it is set for this thread and
+    // this write only, where the runtime allows that.
+    const ThreadLocaleScope locale("chs");
     if (items.empty() || !fileName)
-        return 0;
+        return false;
     UniqueCrtFile file;
     if (_wfopen_s(file.put(), fileName, L"w+b") != 0 || !file)
-        return 0;
+        return false;
 
     // Files first; within each group the capture order stays.
     const auto folders = std::stable_partition(items.begin(), items.end(),
@@ -95,7 +98,7 @@ int WriteTransferList(SelectedItems& items, const wchar_t* fileName)
     writer.Append(kFolderHeader);
     writer.AppendSection(folders, items.end());
     writer.Flush();
-    return 1;
+    return true;
 }
 
 } // namespace quillet

@@ -12,7 +12,8 @@ std::wstring MakeTempFileName(const wchar_t* prefix);
 
 // Writes items as UTF-16LE with a byte-order mark: "[tag]", then the files under
 // "[filelist]" and the folders under "[pathlist]", each section numbered from 0. Moves the
-// files before the folders in items. 1 when the file was opened, else 0 and nothing written.
-int WriteTransferList(SelectedItems& items, const wchar_t* fileName);
+// files before the folders in items. True when the file was opened, else false and nothing
+// written.
+bool WriteTransferList(SelectedItems& items, const wchar_t* fileName);
 
 } // namespace quillet

@@ -5,20 +5,18 @@
 #include <optional>
 #include <vector>
 
-#include "handoff/sender_directory.h"
-#include "module/handler.h"
-#include "module/module_state.h"
 #include "platform/handles.h"
 #include "resources/resource_ids.h"
+#include "sender/sender_installation.h"
 
 namespace quillet {
 namespace {
 
-// Filled once under the module's critical section, never changed afterwards.
+// Filled once under the resources' lock, never changed afterwards.
 std::optional<LanguageTable> g_sharedLanguageTable;
 
 // True when the language's caption was copied and is not empty.
-bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, wchar_t (&caption)[128])
+bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, wchar_t (&caption)[kCaptionLength])
 {
     const std::wstring text = GetValue(table, language, L"MENU_FS_TEXT", L"");
     lstrcpynW(caption, text.c_str(), static_cast<int>(kTableCaptionBytes / sizeof(wchar_t)));
@@ -27,20 +25,20 @@ bool CopyTableCaption(const LanguageTable& table, const std::wstring& language, 
 
 } // namespace
 
-const LanguageTable& SharedLanguageTable()
+const LanguageTable& SharedLanguageTable(const MenuResources& resources)
 {
-    CriticalSectionScope lock(ModuleCriticalSection());
+    CriticalSectionScope lock(resources.lock);
     if (!g_sharedLanguageTable) {
         // A parse that runs out of memory leaves nothing behind, and the next creation tries again.
         LanguageTable table;
-        LoadLanguageTable(ModuleInstance(), L"FILE", IDR_LANGUAGE_TABLE, table);
+        LoadLanguageTable(resources.module, L"FILE", IDR_LANGUAGE_TABLE, table);
         g_sharedLanguageTable = std::move(table);
     }
     return *g_sharedLanguageTable;
 }
 
 void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,
-                   wchar_t (&caption)[128])
+                   wchar_t (&caption)[kCaptionLength])
 {
     caption[0] = L'\0';
     const std::vector<std::wstring> allowed = SplitAndTrim(GetValue(table, L"default", L"languages", L""), L';');
@@ -52,26 +50,17 @@ void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguag
     const std::wstring appName = GetValue(table, L"default", L"appname", L"");
     if (isAllowed(appName) && CopyTableCaption(table, appName, caption))
         return;
-    LoadStringW(module, IDS_FALLBACK_CAPTION, caption, 128);
+    LoadStringW(module, IDS_FALLBACK_CAPTION, caption, kCaptionLength);
 }
 
-std::wstring ReadWantedLanguage()
-{
-    // Plain concatenation: a doubled separator is harmless, and an unknown folder gives "\config.ini".
-    const std::wstring path = GetSenderDirectory() + L"\\config.ini";
-    wchar_t language[1000] = {};
-    GetPrivateProfileStringW(L"UI", L"language", L"", language, 1000, path.c_str());
-    return language;
-}
-
-void CSDKelMN::ChooseMenuCaption()
+void ChooseMenuCaption(const MenuResources& resources, wchar_t (&caption)[kCaptionLength])
 {
     try {
-        const LanguageTable& table = SharedLanguageTable();
-        ChooseCaption(table, ReadWantedLanguage(), ModuleInstance(), m_menuCaption);
+        const LanguageTable& table = SharedLanguageTable(resources);
+        ChooseCaption(table, ReadSenderLanguage(), resources.module, caption);
     } catch (...) {
         // Creation never fails over the caption: out of memory gives the plain one.
-        LoadStringW(ModuleInstance(), IDS_FALLBACK_CAPTION, m_menuCaption, 128);
+        LoadStringW(resources.module, IDS_FALLBACK_CAPTION, caption, kCaptionLength);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "menu/language_table.h"
+#include "menu/menu_presentation.h"
 
 namespace quillet {
 
@@ -13,12 +14,13 @@ constexpr size_t kTableCaptionBytes = 128;
 
 // The module's own table, parsed by the first caller in the process and then only read: it
 // is part of the module and cannot change while the module is loaded.
-const LanguageTable& SharedLanguageTable();
+const LanguageTable& SharedLanguageTable(const MenuResources& resources);
 // The caption of the wanted language when the table allows it, else of the table's own
 // language, else string resource 3004 of the module.
 void ChooseCaption(const LanguageTable& table, const std::wstring& wantedLanguage, HINSTANCE module,
-                   wchar_t (&caption)[128]);
-// The "language" of the sender's "config.ini", or "" when there is none.
-std::wstring ReadWantedLanguage();
+                   wchar_t (&caption)[kCaptionLength]);
+// The caption for the language the sender's settings name now; never fails, and runs out of
+// memory into the string resource.
+void ChooseMenuCaption(const MenuResources& resources, wchar_t (&caption)[kCaptionLength]);
 
 } // namespace quillet

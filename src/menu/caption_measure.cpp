@@ -1,9 +1,7 @@
-// The menu font and the caption's width in it.
+#include "menu/caption_measure.h"
+
 #include <cstddef>
 #include <cstring>
-
-#include "module/handler.h"
-#include "platform/handles.h"
 
 namespace quillet {
 namespace {
@@ -13,30 +11,29 @@ constexpr UINT kClassicNonClientMetricsSize = offsetof(NONCLIENTMETRICSW, iPadde
 
 } // namespace
 
-void CSDKelMN::MeasureCaption()
+void MeasureCaption(MenuPresentation& menu)
 {
     RECT rect = {0, 0, 1000, 1000};
     // A DC made for the screen measures as the screen's own (same default font, same pixels
     // per inch) without taking one of the shared screen DCs.
     UniqueMemoryDc screen(CreateCompatibleDC(nullptr));
     if (screen) {
-        SelectionScope font(screen.get(), m_hMenuFont);
-        DrawTextW(screen.get(), m_menuCaption, -1, &rect, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
+        SelectionScope font(screen.get(), menu.m_hMenuFont.get());
+        DrawTextW(screen.get(), menu.m_menuCaption, -1, &rect, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
     }
-    m_captionWidth = rect.right;
+    menu.m_captionWidth = rect.right;
 }
 
-void CSDKelMN::RefreshMenuFont()
+void RefreshMenuFont(MenuPresentation& menu)
 {
     NONCLIENTMETRICSW metrics = {};
     metrics.cbSize = kClassicNonClientMetricsSize;
     SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, kClassicNonClientMetricsSize, &metrics, 0);
     // Fonts are a scarce resource in Explorer: a new one only when the system's menu font changed.
-    if (std::memcmp(&metrics.lfMenuFont, &m_menuLogFont, sizeof(LOGFONTW)) == 0)
+    if (std::memcmp(&metrics.lfMenuFont, &menu.m_menuLogFont, sizeof(LOGFONTW)) == 0)
         return;
-    m_menuLogFont = metrics.lfMenuFont;
-    UniqueFont old(m_hMenuFont);
-    m_hMenuFont = CreateFontIndirectW(&m_menuLogFont);
+    menu.m_menuLogFont = metrics.lfMenuFont;
+    menu.m_hMenuFont.reset(CreateFontIndirectW(&menu.m_menuLogFont));
 }
 
 } // namespace quillet

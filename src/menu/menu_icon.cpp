@@ -7,8 +7,6 @@
 #include <cstring>
 
 #include "menu/shared_pictures.h"
-#include "module/handler.h"
-#include "module/module_state.h"
 #include "platform/display_metrics.h"
 #include "platform/gdiplus.h"
 #include "platform/os_version.h"
@@ -22,10 +20,10 @@ constexpr int kPngBasePercent = 240 * 100 / 96;
 
 constexpr UINT kBitmapLoadFlags = LR_CREATEDIBSECTION | LR_VGACOLOR;
 
-UniqueBitmap LoadBitmapResource(UINT id, int)
+UniqueBitmap LoadBitmapResource(HINSTANCE module, UINT id, int)
 {
-    return UniqueBitmap(static_cast<HBITMAP>(
-        LoadImageW(ModuleInstance(), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, kBitmapLoadFlags)));
+    return UniqueBitmap(
+        static_cast<HBITMAP>(LoadImageW(module, MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, kBitmapLoadFlags)));
 }
 
 // The display percent the PNG is wanted at, or 0 when the fixed-size bitmap serves instead.
@@ -38,9 +36,8 @@ int PngIconPercent(UINT id)
     return scale.scaled ? scale.percent : 0;
 }
 
-UniqueBitmap DecodePngIcon(UINT id, int percent)
+UniqueBitmap DecodePngIcon(HINSTANCE module, UINT id, int percent)
 {
-    const HMODULE module = ModuleInstance();
     HRSRC info = FindResourceW(module, MAKEINTRESOURCEW(id), L"PNG");
     if (!info)
         return UniqueBitmap();
@@ -91,27 +88,27 @@ UniqueBitmap DecodePngIcon(UINT id, int percent)
 
 } // namespace
 
-UniqueBitmap LoadPngMenuIcon(UINT id)
+UniqueBitmap LoadPngMenuIcon(HINSTANCE module, UINT id)
 {
     const int percent = PngIconPercent(id);
-    return percent ? DecodePngIcon(id, percent) : UniqueBitmap();
+    return percent ? DecodePngIcon(module, id, percent) : UniqueBitmap();
 }
 
-void CSDKelMN::LoadMenuIcon()
+void LoadMenuIcon(MenuPresentation& menu, const MenuResources& resources)
 {
-    if (m_hbmpMenuIcon)
+    if (menu.m_hbmpMenuIcon)
         return;
     // The display scale is measured at every load; only the pictures made for it are shared.
     if (const int percent = PngIconPercent(IDP_MENU_ICON))
-        m_hbmpMenuIcon = SharedPicture(IDP_MENU_ICON, percent, &DecodePngIcon).release();
-    if (!m_hbmpMenuIcon)
-        m_hbmpMenuIcon = SharedPicture(IDB_MENU_ICON, 0, &LoadBitmapResource).release();
+        menu.m_hbmpMenuIcon = SharedPicture(resources, IDP_MENU_ICON, percent, &DecodePngIcon);
+    if (!menu.m_hbmpMenuIcon)
+        menu.m_hbmpMenuIcon = SharedPicture(resources, IDB_MENU_ICON, 0, &LoadBitmapResource);
 }
 
-void CSDKelMN::LoadMenuCheckBitmap()
+void LoadMenuCheckBitmap(MenuPresentation& menu, const MenuResources& resources)
 {
-    if (!m_hbmpMenuCheck)
-        m_hbmpMenuCheck = SharedPicture(IDB_MENU_CHECK, 0, &LoadBitmapResource).release();
+    if (!menu.m_hbmpMenuCheck)
+        menu.m_hbmpMenuCheck = SharedPicture(resources, IDB_MENU_CHECK, 0, &LoadBitmapResource);
 }
 
 } // namespace quillet

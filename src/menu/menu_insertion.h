@@ -1,15 +1,16 @@
-// State and settings behind the menu insertion.
+// Whether and how the command goes into a context menu.
 #pragma once
 #include <windows.h>
 
+#include "menu/menu_presentation.h"
+
 namespace quillet {
 
-// The menu last filled, or refused for a missing sender, by any handler object: the shell
-// may ask several times for one menu, and the command must appear in it once.
-extern HMENU g_lastQueriedMenu;
-
-// "MenuOption" of the sender's profile: 0 hides the command; anything else, or nothing
-// readable, shows it.
-DWORD ReadMenuOption();
+// QueryContextMenu's work. E_FAIL for a verbs-only request, with "MenuOption" 0, or for the
+// menu filled last (lastQueriedMenu, shared by all handlers: the shell may ask several times
+// for one menu); 0 when the sender is missing; else the item inserted at indexMenu with
+// identifier idCmdFirst, in the form the system calls for, and 1 (one identifier used).
+HRESULT InsertMenuCommand(MenuPresentation& menu, const MenuResources& resources, HMENU& lastQueriedMenu,
+                          HMENU hmenu, UINT indexMenu, UINT idCmdFirst, UINT flags);
 
 } // namespace quillet

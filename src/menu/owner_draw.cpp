@@ -1,33 +1,36 @@
-// Measuring and painting the owner-drawn item of older systems.
+#include "menu/owner_draw.h"
+
 #include <algorithm>
 
-#include "module/handler.h"
+#include "menu/caption_measure.h"
+#include "menu/menu_icon.h"
 #include "platform/display_metrics.h"
 #include "platform/handles.h"
 
 namespace quillet {
+namespace {
 
-bool CSDKelMN::MeasureMenuItem(MEASUREITEMSTRUCT& item)
+bool MeasureMenuItem(MenuPresentation& menu, const MenuResources& resources, MEASUREITEMSTRUCT& item)
 {
-    if (item.itemID != m_idCmdFirst)
+    if (item.itemID != menu.m_idCmdFirst)
         return false;
-    LoadMenuIcon();
-    MeasureCaption();
-    item.itemWidth = std::max(m_iconWidth, MenuCheckWidth()) + static_cast<UINT>(m_captionWidth);
-    item.itemHeight = std::max(m_iconHeight, MenuCheckHeight());
+    LoadMenuIcon(menu, resources);
+    MeasureCaption(menu);
+    item.itemWidth = std::max(menu.m_iconWidth, MenuCheckWidth()) + static_cast<UINT>(menu.m_captionWidth);
+    item.itemHeight = std::max(menu.m_iconHeight, MenuCheckHeight());
     return true;
 }
 
-bool CSDKelMN::DrawMenuItem(const DRAWITEMSTRUCT& item)
+bool DrawMenuItem(MenuPresentation& menu, const MenuResources& resources, const DRAWITEMSTRUCT& item)
 {
-    if (item.itemID != m_idCmdFirst)
+    if (item.itemID != menu.m_idCmdFirst)
         return false;
-    LoadMenuIcon();
-    MeasureCaption();
+    LoadMenuIcon(menu, resources);
+    MeasureCaption(menu);
 
     const int checkWidth = static_cast<int>(MenuCheckWidth());
-    const int iconWidth = static_cast<int>(m_iconWidth);
-    const int iconHeight = static_cast<int>(m_iconHeight);
+    const int iconWidth = static_cast<int>(menu.m_iconWidth);
+    const int iconHeight = static_cast<int>(menu.m_iconHeight);
     int iconLeft = (checkWidth - iconWidth) / 2;
     if (iconLeft < 0 || iconLeft >= 5)
         iconLeft = 2;
@@ -40,7 +43,7 @@ bool CSDKelMN::DrawMenuItem(const DRAWITEMSTRUCT& item)
 
     UniqueMemoryDc memory(CreateCompatibleDC(dc));
     {
-        SelectionScope icon(memory.get(), m_hbmpMenuIcon);
+        SelectionScope icon(memory.get(), menu.m_hbmpMenuIcon.get());
         const BLENDFUNCTION blend = {AC_SRC_OVER, 0, 255, AC_SRC_ALPHA};
         AlphaBlend(dc, iconLeft, iconTop, iconWidth, iconHeight, memory.get(), 0, 0, iconWidth, iconHeight, blend);
     }
@@ -50,11 +53,26 @@ bool CSDKelMN::DrawMenuItem(const DRAWITEMSTRUCT& item)
     if (selected)
         textColour = RGB(255 - GetRValue(textColour), 255 - GetGValue(textColour), 255 - GetBValue(textColour));
     RECT textRect = {item.rcItem.left + checkWidth, item.rcItem.top, item.rcItem.right, item.rcItem.bottom};
-    SelectionScope font(dc, m_hMenuFont);
+    SelectionScope font(dc, menu.m_hMenuFont.get());
     SetTextColor(dc, textColour);
     SetBkMode(dc, TRANSPARENT);
-    DrawTextW(dc, m_menuCaption, -1, &textRect, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
+    DrawTextW(dc, menu.m_menuCaption, -1, &textRect, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX);
     return true;
+}
+
+} // namespace
+
+void HandleMenuMessage(MenuPresentation& menu, const MenuResources& resources, UINT message, LPARAM lParam,
+                       LRESULT* result)
+{
+    // A message without its structure is answered, not trusted.
+    bool handled = false;
+    if (message == WM_DRAWITEM && lParam)
+        handled = DrawMenuItem(menu, resources, *reinterpret_cast<const DRAWITEMSTRUCT*>(lParam));
+    else if (message == WM_MEASUREITEM && lParam)
+        handled = MeasureMenuItem(menu, resources, *reinterpret_cast<MEASUREITEMSTRUCT*>(lParam));
+    if (handled && result)
+        *result = TRUE;
 }
 
 } // namespace quillet

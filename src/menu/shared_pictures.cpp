@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "module/module_state.h"
-
 namespace quillet {
 namespace {
 
@@ -13,8 +11,8 @@ struct KeptPicture {
     DibPixels pixels;
 };
 
-// Only ever appended to, under the module's critical section; a display scale seen once more
-// finds its pixels again. Lives until the module is unloaded.
+// Only ever appended to, under the resources' lock; a display scale seen once more finds its
+// pixels again. Lives until the module is unloaded.
 std::vector<KeptPicture> g_keptPictures;
 
 BITMAPINFO InfoOf(const DibPixels& pixels)
@@ -25,9 +23,9 @@ BITMAPINFO InfoOf(const DibPixels& pixels)
 }
 
 // Copies the kept pixels of the picture into a new bitmap; false when none are kept.
-bool CopyKept(UINT id, int variant, UniqueBitmap& copy)
+bool CopyKept(CRITICAL_SECTION& lock, UINT id, int variant, UniqueBitmap& copy)
 {
-    CriticalSectionScope lock(ModuleCriticalSection());
+    CriticalSectionScope held(lock);
     for (const KeptPicture& kept : g_keptPictures) {
         if (kept.id == id && kept.variant == variant) {
             copy = CreateDibCopy(kept.pixels);
@@ -74,17 +72,17 @@ UniqueBitmap CreateDibCopy(const DibPixels& pixels)
     return copy;
 }
 
-UniqueBitmap SharedPicture(UINT id, int variant, PictureDecoder decode)
+UniqueBitmap SharedPicture(const MenuResources& resources, UINT id, int variant, PictureDecoder decode)
 {
     UniqueBitmap bitmap;
-    if (CopyKept(id, variant, bitmap))
+    if (CopyKept(resources.lock, id, variant, bitmap))
         return bitmap;
     // Decoded outside the lock: other threads' menus need not wait for GDI+.
-    bitmap = decode(id, variant);
+    bitmap = decode(resources.module, id, variant);
     try {
         std::optional<DibPixels> pixels = CaptureDibPixels(bitmap.get());
         if (pixels) {
-            CriticalSectionScope lock(ModuleCriticalSection());
+            CriticalSectionScope held(resources.lock);
             bool known = false;
             for (const KeptPicture& kept : g_keptPictures)
                 known |= kept.id == id && kept.variant == variant;

@@ -6,6 +6,7 @@
 #include <optional>
 #include <vector>
 
+#include "menu/menu_presentation.h"
 #include "platform/handles.h"
 
 namespace quillet {
@@ -21,12 +22,12 @@ std::optional<DibPixels> CaptureDibPixels(HBITMAP bitmap);
 // A new DIB section with that layout and those pixels; null when GDI cannot make one.
 UniqueBitmap CreateDibCopy(const DibPixels& pixels);
 
-// Makes the picture `id` for `variant` (a display percent, or 0 when it has none).
-using PictureDecoder = UniqueBitmap (*)(UINT id, int variant);
+// Makes the picture `id` of the module for `variant` (a display percent, or 0 when it has none).
+using PictureDecoder = UniqueBitmap (*)(HINSTANCE module, UINT id, int variant);
 
-// A bitmap equal to what `decode(id, variant)` makes: a copy of the kept pixels when the
-// picture was decoded before in this process, else decoded now (and kept when it is a
-// 32-bit DIB section). The pictures must be constants of the module.
-UniqueBitmap SharedPicture(UINT id, int variant, PictureDecoder decode);
+// A bitmap equal to what `decode(resources.module, id, variant)` makes: a copy of the kept
+// pixels when the picture was decoded before in this process, else decoded now (and kept when
+// it is a 32-bit DIB section). The pictures must be constants of the one module.
+UniqueBitmap SharedPicture(const MenuResources& resources, UINT id, int variant, PictureDecoder decode);
 
 } // namespace quillet

@@ -64,7 +64,11 @@ HRESULT CreateClassFactory(CreatorFn createPlain, CreatorFn createAggregated, IU
     auto* object = new (std::nothrow) CClassFactory(createPlain, createAggregated);
     if (!object)
         return E_OUTOFMEMORY;
-    return object->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(factory));
+    // Our own reference for the call: a failed QueryInterface then frees the object.
+    object->AddRef();
+    const HRESULT hr = object->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(factory));
+    object->Release();
+    return hr;
 }
 
 } // namespace quillet

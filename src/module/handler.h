@@ -1,8 +1,11 @@
-// CSDKelMN: the shell context-menu handler, one object per context menu.
+// CSDKelMN: the shell context-menu handler, one object per context menu. It holds the
+// selection and what it shows in menus; the work is done by the selection, menu and hand-off
+// routines it calls.
 #pragma once
 #include <windows.h>
 #include <shlobj.h>
 
+#include "menu/menu_presentation.h"
 #include "quillet_idl.h"
 #include "selection/selected_item.h"
 
@@ -40,40 +43,11 @@ public:
     STDMETHODIMP HandleMenuMsg2(UINT uMsg, WPARAM wParam, LPARAM lParam, LRESULT* plResult) override;
 
 protected:
-    friend struct HandlerInspector; // tests read the fields directly
-
-    // --- menu presentation (menu/) ---
-    // Caption from the language table, chosen once at creation.
-    void ChooseMenuCaption();
-    void LoadMenuIcon();
-    void LoadMenuCheckBitmap();
-    void MeasureCaption();
-    void RefreshMenuFont();
-    void InsertStringItem(HMENU hmenu, UINT indexMenu, UINT idCmdFirst, HBITMAP uncheckedBitmap);
-    void InsertOwnerDrawnItem(HMENU hmenu, UINT indexMenu, UINT idCmdFirst);
-    // WM_MEASUREITEM and WM_DRAWITEM for the owner-drawn item; false for another item's.
-    bool MeasureMenuItem(MEASUREITEMSTRUCT& item);
-    bool DrawMenuItem(const DRAWITEMSTRUCT& item);
-    HRESULT DispatchMenuMessage(UINT uMsg, LPARAM lParam, LRESULT* result);
-    // --- end of menu presentation ---
-
-    // --- selection and hand-off (selection/, handoff/) ---
-    // Whether InvokeCommand's verb is this handler's command: its offset or its caption.
-    bool AcceptsVerb(const CMINVOKECOMMANDINFO& info) const;
-    // --- end of selection and hand-off ---
-
     LONG m_refCount = 0;
-    HBITMAP m_hbmpMenuIcon = nullptr;
-    HBITMAP m_hbmpMenuCheck = nullptr;
-    wchar_t m_menuCaption[128] = {};
+
+private:
     HRESULT m_hrComInit = E_FAIL;
-    UINT m_iconWidth = 0;
-    UINT m_iconHeight = 0;
-    int m_captionWidth = 0;
-    UINT m_idCmdFirst = 0;
-    int m_menuItemState = 0;
-    HFONT m_hMenuFont = nullptr;
-    LOGFONTW m_menuLogFont = {};
+    MenuPresentation m_menu;
     SelectedItems m_selectedItems;
 };
 

@@ -1,5 +1,6 @@
 // COM identity of the handler: its interface map and IDispatch forwarding.
 #include <shlwapi.h>
+#include <wrl/client.h>
 
 #include "module/handler.h"
 #include "module/type_info.h"
@@ -40,25 +41,18 @@ STDMETHODIMP CSDKelMN::GetTypeInfo(UINT index, LCID lcid, ITypeInfo** typeInfo)
 
 STDMETHODIMP CSDKelMN::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID lcid, DISPID* dispIds)
 {
-    ITypeInfo* info = nullptr;
-    HRESULT hr = GetHandlerTypeInfo(lcid, &info);
-    if (FAILED(hr))
-        return hr;
-    hr = info->GetIDsOfNames(names, count, dispIds);
-    info->Release();
-    return hr;
+    Microsoft::WRL::ComPtr<ITypeInfo> info;
+    const HRESULT hr = GetHandlerTypeInfo(lcid, info.GetAddressOf());
+    return FAILED(hr) ? hr : info->GetIDsOfNames(names, count, dispIds);
 }
 
 STDMETHODIMP CSDKelMN::Invoke(DISPID dispId, REFIID, LCID lcid, WORD flags, DISPPARAMS* params, VARIANT* result,
                               EXCEPINFO* exception, UINT* argError)
 {
-    ITypeInfo* info = nullptr;
-    HRESULT hr = GetHandlerTypeInfo(lcid, &info);
-    if (FAILED(hr))
-        return hr;
-    hr = info->Invoke(static_cast<IFTKelMN*>(this), dispId, flags, params, result, exception, argError);
-    info->Release();
-    return hr;
+    Microsoft::WRL::ComPtr<ITypeInfo> info;
+    const HRESULT hr = GetHandlerTypeInfo(lcid, info.GetAddressOf());
+    return FAILED(hr) ? hr
+                      : info->Invoke(static_cast<IFTKelMN*>(this), dispId, flags, params, result, exception, argError);
 }
 
 } // namespace quillet

@@ -1,16 +1,19 @@
 #include "module/module_state.h"
 
+#include <optional>
+
 #include "module/object_map.h"
 #include "module/type_info.h"
+#include "platform/handles.h"
 
 namespace quillet {
 namespace {
 
 HINSTANCE g_instance = nullptr;
 LONG g_lockCount = 0;
-CRITICAL_SECTION g_classObjectLock;
-CRITICAL_SECTION g_moduleLock;
-bool g_initialized = false;
+// Live from InitializeModule to TerminateModule, which DllMain calls at process attach and detach.
+std::optional<CriticalSection> g_classObjectLock;
+std::optional<CriticalSection> g_moduleLock;
 
 } // namespace
 
@@ -21,30 +24,28 @@ LONG ModuleLock() { return InterlockedIncrement(&g_lockCount); }
 LONG ModuleUnlock() { return InterlockedDecrement(&g_lockCount); }
 LONG ModuleLockCount() { return InterlockedCompareExchange(&g_lockCount, 0, 0); }
 
-CRITICAL_SECTION& ClassObjectLock() { return g_classObjectLock; }
-CRITICAL_SECTION& ModuleCriticalSection() { return g_moduleLock; }
+CRITICAL_SECTION& ClassObjectLock() { return g_classObjectLock->get(); }
+CRITICAL_SECTION& ModuleCriticalSection() { return g_moduleLock->get(); }
 
 void InitializeModule(HINSTANCE instance)
 {
     g_instance = instance;
-    if (g_initialized)
+    if (g_moduleLock)
         return;
-    InitializeCriticalSection(&g_classObjectLock);
-    InitializeCriticalSection(&g_moduleLock);
-    g_initialized = true;
+    g_classObjectLock.emplace();
+    g_moduleLock.emplace();
 }
 
 void TerminateModule(bool processTerminating)
 {
-    if (!g_initialized)
+    if (!g_moduleLock)
         return;
     if (!processTerminating) {
         ReleaseCachedClassObjects();
         ReleaseTypeInfo();
     }
-    DeleteCriticalSection(&g_classObjectLock);
-    DeleteCriticalSection(&g_moduleLock);
-    g_initialized = false;
+    g_classObjectLock.reset();
+    g_moduleLock.reset();
 }
 
 } // namespace quillet

@@ -6,6 +6,7 @@
 #include "module/class_factory.h"
 #include "module/handler_objects.h"
 #include "module/module_state.h"
+#include "platform/handles.h"
 #include "quillet_idl.h"
 #include "resources/resource_ids.h"
 
@@ -32,14 +33,13 @@ HRESULT GetClassObjectFromMap(REFCLSID clsid, REFIID riid, void** ppv)
             continue;
         if (!entry->cachedClassObject) {
             // A second test under the lock: two apartments asking at once share one factory.
-            EnterCriticalSection(&ClassObjectLock());
+            CriticalSectionScope lock(ClassObjectLock());
             if (!entry->cachedClassObject) {
                 IUnknown* factory = nullptr;
                 hr = CreateClassFactory(entry->createPlain, entry->createAggregated, &factory);
                 if (SUCCEEDED(hr))
                     entry->cachedClassObject = factory;
             }
-            LeaveCriticalSection(&ClassObjectLock());
         }
         if (entry->cachedClassObject)
             hr = entry->cachedClassObject->QueryInterface(riid, ppv);

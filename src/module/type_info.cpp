@@ -1,30 +1,34 @@
 #include "module/type_info.h"
 
+#include <wrl/client.h>
+
 #include "module/module_state.h"
+#include "platform/handles.h"
 #include "quillet_idl.h"
 
 namespace quillet {
 namespace {
 
+using Microsoft::WRL::ComPtr;
+
+// A plain pointer, not an owner: at process end it must be left alone, since the library
+// that implements it may be gone by then. TerminateModule releases it at an ordinary unload.
 ITypeInfo* g_typeInfo = nullptr;
 
 HRESULT LoadTypeInfo(LCID lcid)
 {
-    ITypeLib* library = nullptr;
-    HRESULT hr = LoadRegTypeLib(LIBID_QUILLETLib, 1, 0, lcid, &library);
+    ComPtr<ITypeLib> library;
+    HRESULT hr = LoadRegTypeLib(LIBID_QUILLETLib, 1, 0, lcid, library.GetAddressOf());
     if (FAILED(hr))
         return hr;
-    ITypeInfo* info = nullptr;
-    hr = library->GetTypeInfoOfGuid(IID_IFTKelMN, &info);
-    library->Release();
+    ComPtr<ITypeInfo> info;
+    hr = library->GetTypeInfoOfGuid(IID_IFTKelMN, info.GetAddressOf());
     if (FAILED(hr))
         return hr;
-    ITypeInfo2* info2 = nullptr;
-    if (SUCCEEDED(info->QueryInterface(IID_ITypeInfo2, reinterpret_cast<void**>(&info2)))) {
-        info->Release();
+    ComPtr<ITypeInfo2> info2;
+    if (SUCCEEDED(info.As(&info2)))
         info = info2;
-    }
-    g_typeInfo = info;
+    g_typeInfo = info.Detach();
     return S_OK;
 }
 
@@ -36,14 +40,13 @@ HRESULT GetHandlerTypeInfo(LCID lcid, ITypeInfo** typeInfo)
         return E_POINTER;
     *typeInfo = nullptr;
     HRESULT hr = S_OK;
-    EnterCriticalSection(&ModuleCriticalSection());
+    CriticalSectionScope lock(ModuleCriticalSection());
     if (!g_typeInfo)
         hr = LoadTypeInfo(lcid);
     if (g_typeInfo) {
         g_typeInfo->AddRef();
         *typeInfo = g_typeInfo;
     }
-    LeaveCriticalSection(&ModuleCriticalSection());
     return hr;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/display_metrics.h"
 
+#include "platform/handles.h"
+
 namespace quillet {
 
 void MeasureDisplayScale(DisplayScale& record, bool measure)
@@ -7,10 +9,8 @@ void MeasureDisplayScale(DisplayScale& record, bool measure)
     record.scaled = measure;
     int dpi = 96;
     if (measure) {
-        if (HDC dc = GetDC(nullptr)) {
-            dpi = GetDeviceCaps(dc, LOGPIXELSX);
-            ReleaseDC(nullptr, dc);
-        }
+        if (WindowDc screen(nullptr); screen)
+            dpi = GetDeviceCaps(screen.get(), LOGPIXELSX);
     }
     record.dpi = static_cast<std::uint32_t>(dpi);
     record.percent = MulDiv(dpi, 100, 96);

@@ -122,6 +122,19 @@ private:
     HGDIOBJ m_old;
 };
 
+// A critical section owned for the object's life.
+class CriticalSection {
+public:
+    CriticalSection() { InitializeCriticalSection(&m_section); }
+    ~CriticalSection() { DeleteCriticalSection(&m_section); }
+    CriticalSection(const CriticalSection&) = delete;
+    CriticalSection& operator=(const CriticalSection&) = delete;
+    CRITICAL_SECTION& get() { return m_section; }
+
+private:
+    CRITICAL_SECTION m_section;
+};
+
 // A critical section held for a scope.
 class CriticalSectionScope {
 public:

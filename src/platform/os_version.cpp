@@ -20,10 +20,10 @@ OSVERSIONINFOW QueryVersion()
 
 } // namespace
 
-BOOL IsNativeOs64Bit()
+bool IsNativeOs64Bit()
 {
     if (g_nativeOs64Bit >= 0)
-        return g_nativeOs64Bit != 0 ? 1 : 0;
+        return g_nativeOs64Bit != 0;
     g_nativeOs64Bit = 0;
 
     // Only a gate: a system that answers neither form is not examined further.
@@ -33,22 +33,22 @@ BOOL IsNativeOs64Bit()
         OSVERSIONINFOW basic = {};
         basic.dwOSVersionInfoSize = sizeof(OSVERSIONINFOW);
         if (!GetVersionExW(&basic))
-            return 0;
+            return false;
     }
 
     using GetNativeSystemInfoFn = void(WINAPI*)(LPSYSTEM_INFO);
     auto getNativeSystemInfo = reinterpret_cast<GetNativeSystemInfoFn>(
         reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "GetNativeSystemInfo")));
     if (!getNativeSystemInfo)
-        return 0;
+        return false;
     SYSTEM_INFO system = {};
     getNativeSystemInfo(&system);
     if (system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||
         system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_IA64) {
         g_nativeOs64Bit = 1;
-        return 1;
+        return true;
     }
-    return 0;
+    return false;
 }
 
 bool IsWindowsXP()

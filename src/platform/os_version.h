@@ -4,8 +4,8 @@
 
 namespace quillet {
 
-// 1 when the machine runs a 64-bit Windows; computed once per process.
-BOOL IsNativeOs64Bit();
+// Whether the machine runs a 64-bit Windows; computed once per process.
+bool IsNativeOs64Bit();
 // Version 5.1 exactly.
 bool IsWindowsXP();
 // Major version 6 or more.

@@ -17,14 +17,13 @@ Fn Lookup(HMODULE module, const char* name)
 
 CWow64FsRedirector::CWow64FsRedirector()
 {
-    m_savedValue = nullptr;
     m_active = IsNativeOs64Bit();
     if (!m_active)
         return;
-    m_kernel = LoadLibraryW(L"Kernel32.dll");
+    m_kernel.reset(LoadLibraryW(L"Kernel32.dll"));
     if (!m_kernel)
         return;
-    if (auto disable = Lookup<Wow64RedirectionFn>(m_kernel, "Wow64DisableWow64FsRedirection"))
+    if (auto disable = Lookup<Wow64RedirectionFn>(m_kernel.get(), "Wow64DisableWow64FsRedirection"))
         disable(&m_savedValue); // fails harmlessly in a 64-bit process
 }
 
@@ -32,14 +31,13 @@ CWow64FsRedirector::~CWow64FsRedirector()
 {
     if (!m_kernel)
         return;
+    // Given the address of the saved value rather than the value: in a 64-bit process, the
+    // only kind this module is built as, neither call changes anything.
     if (m_active) {
-        // The address of the saved value, as the redirection has always been reverted here;
-        // in a 64-bit process neither call changes anything.
-        if (auto revert = Lookup<Wow64RedirectionFn>(m_kernel, "Wow64RevertWow64FsRedirection"))
+        if (auto revert = Lookup<Wow64RedirectionFn>(m_kernel.get(), "Wow64RevertWow64FsRedirection"))
             revert(reinterpret_cast<PVOID*>(&m_savedValue));
     }
-    FreeLibrary(m_kernel);
-    m_kernel = nullptr;
+    m_kernel.reset();
     m_savedValue = nullptr;
 }
 

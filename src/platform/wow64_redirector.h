@@ -2,6 +2,8 @@
 #pragma once
 #include <windows.h>
 
+#include "platform/handles.h"
+
 namespace quillet {
 
 class CWow64FsRedirector {
@@ -12,9 +14,9 @@ public:
     CWow64FsRedirector& operator=(const CWow64FsRedirector&) = delete;
 
 private:
-    HMODULE m_kernel = nullptr;
+    UniqueLibrary m_kernel;
     PVOID m_savedValue = nullptr;
-    BOOL m_active = FALSE;
+    bool m_active = false;
 };
 
 } // namespace quillet

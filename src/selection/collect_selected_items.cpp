@@ -5,29 +5,34 @@
 #include "selection/selection_capture.h"
 
 namespace quillet {
+namespace {
 
-int CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items)
+// Room for a record's path, terminator included: long enough for the paths the sender
+// accepts whole.
+constexpr UINT kItemPathLength = 1024;
+
+} // namespace
+
+void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items)
 {
     items.clear();
     if (!dropList)
-        return 0;
+        return;
     DropListReader reader(dropList, dropListBytes);
     const UINT count = CountDropList(dropList, reader);
     if (count < 1)
-        return 1;
+        return;
 
     items.reserve(std::min(count, reader.Count()));
     for (UINT index = 0; index < count; ++index) {
-        // Long enough for the paths the sender accepts whole.
-        wchar_t buffer[1024] = {};
-        if (reader.QueryFile(index, buffer, 1024) == 0) {
+        wchar_t buffer[kItemPathLength] = {};
+        if (reader.QueryFile(index, buffer, kItemPathLength) == 0) {
             // One unreadable name spoils the whole selection.
             items.clear();
-            return 0;
+            return;
         }
         items.push_back(MakeSelectedItem(std::wstring(buffer)));
     }
-    return 1;
 }
 
 SelectedItem MakeSelectedItem(std::wstring path)

@@ -1,6 +1,7 @@
 // Turning the shell's drop list into the handler's selection.
 #pragma once
 #include <windows.h>
+#include <objidl.h>
 #include <shellapi.h>
 
 #include <string>
@@ -10,17 +11,18 @@
 
 namespace quillet {
 
-// Every path of the last selection that had items, each shortcut preceded by its target.
-// Nothing in the module reads it.
-extern std::vector<std::wstring> g_selectedPaths;
+// IShellExtInit::Initialize's work: the drop list of `data` into items, each marked file or
+// folder, and into paths (cut to MAX_PATH - 1, each shortcut preceded by its target). E_FAIL
+// without a drop list, leaving both alone, or with an empty one, which empties items only.
+HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, std::vector<std::wstring>& paths);
 
 // The target path stored in a shortcut file, or "" when it cannot be read. The link is not
 // resolved, so a moved target is not searched for.
 std::wstring ResolveShortcutTarget(const wchar_t* path);
 
-// Rebuilds items from the drop list (dropListBytes: the size of its global block): 1 done,
-// 0 when the list is null or one of its names cannot be read, which leaves items empty.
-int CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items);
+// Rebuilds items from the drop list (dropListBytes: the size of its global block); a null list,
+// or one whose names cannot all be read, leaves items empty.
+void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& items);
 
 // The record for one path: a folder when it is a directory, a drive designator or
 // something that cannot be opened for reading.

@@ -8,18 +8,17 @@
 #include <string>
 #include <vector>
 
+#include "common/registry.h"
+#include "sender/sender_installation.h"
 #include "support/environment.h"
 #include "support/module_library.h"
 #include "support/process.h"
-#include "support/registry.h"
 
 using Microsoft::WRL::ComPtr;
 
 namespace quillet::test {
 namespace {
 
-const wchar_t kAppPaths[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
-const wchar_t kProfile[] = L"SOFTWARE\\Pelloc\\Profile";
 const char kCaption[] = "Transferred with Pelloc";
 
 bool MakeShortcut(const std::wstring& target, const std::wstring& linkPath)
@@ -50,9 +49,10 @@ protected:
                               (senderFolder + L"\\Pelloc.exe").c_str(), FALSE));
         report = senderFolder + L"\\report.txt";
         SetEnvironmentVariableW(L"SAMPLE_SENDER_REPORT", report.c_str());
-        appPath = std::make_unique<ScopedRegistryValue>(HKEY_LOCAL_MACHINE, kAppPaths, L"Path");
+        appPath = std::make_unique<ScopedRegistryValue>(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
         appPath->SetString(senderFolder);
-        menuOption = std::make_unique<ScopedRegistryValue>(HKEY_LOCAL_MACHINE, kProfile, L"MenuOption", KEY_WOW64_32KEY);
+        menuOption = std::make_unique<ScopedRegistryValue>(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue,
+                                                           KEY_WOW64_32KEY);
     }
 
     static void TearDownTestSuite()

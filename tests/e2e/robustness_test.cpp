@@ -5,14 +5,18 @@
 #include <wrl/client.h>
 
 #include <algorithm>
+#include <clocale>
 #include <initializer_list>
+#include <locale.h>
 #include <random>
+#include <string>
 
+#include "common/drop_data_object.h"
+#include "common/module_library.h"
+#include "common/registry.h"
 #include "quillet_idl.h"
-#include "support/drop_data_object.h"
+#include "sender/sender_installation.h"
 #include "support/environment.h"
-#include "support/module_library.h"
-#include "support/registry.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -92,8 +96,7 @@ protected:
 
     ModuleLibrary module{ModulePath()};
     ComPtr<IClassFactory> factory;
-    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe",
-                               L"Path"};
+    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     std::wstring temp;
     wchar_t savedTmp[MAX_PATH] = {};
     std::mt19937 random{20261121};
@@ -185,6 +188,26 @@ TEST_F(Robustness, OutOfRangeArgumentsGetTheStatedAnswers)
             DestroyMenu(popup);
     }
     EXPECT_GT(rounds, 50);
+}
+
+// The runtime library is shared with the host: after a command the host must read the same
+// locale, and this thread must keep its locale mode.
+TEST_F(Robustness, ACommandLeavesTheHostsLocaleAsItWas)
+{
+    const std::string locale = std::setlocale(LC_ALL, nullptr);
+    const int mode = _configthreadlocale(0);
+    const std::wstring item = temp + L"\\item.txt";
+    ASSERT_TRUE(WriteFileBytes(item, "x", 1));
+    ComPtr<IContextMenu3> menu = NewHandler();
+    ComPtr<IShellExtInit> init;
+    ASSERT_EQ(menu.As(&init), S_OK);
+    ASSERT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({item})).Get(), nullptr), S_OK);
+    CMINVOKECOMMANDINFO invoke = {};
+    invoke.cbSize = sizeof(invoke);
+    ASSERT_EQ(menu->InvokeCommand(&invoke), S_OK);
+
+    EXPECT_EQ(std::setlocale(LC_ALL, nullptr), locale);
+    EXPECT_EQ(_configthreadlocale(0), mode);
 }
 
 } // namespace

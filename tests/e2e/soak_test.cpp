@@ -6,11 +6,12 @@
 
 #include <memory>
 
+#include "common/drop_data_object.h"
+#include "common/module_library.h"
+#include "common/registry.h"
 #include "quillet_idl.h"
-#include "support/drop_data_object.h"
+#include "sender/sender_installation.h"
 #include "support/environment.h"
-#include "support/module_library.h"
-#include "support/registry.h"
 #include "support/resource_census.h"
 
 using Microsoft::WRL::ComPtr;
@@ -94,8 +95,7 @@ protected:
     ModuleLibrary module{ModulePath()};
     ComPtr<IClassFactory> factory;
     ComPtr<DropDataObject> data;
-    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe",
-                               L"Path"};
+    ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     std::wstring temp, savedTmp, savedTemp, item;
     HMENU menus[2] = {};
     UniqueMemoryDc drawDc;

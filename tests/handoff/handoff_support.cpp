@@ -2,7 +2,7 @@
 
 #include <shellapi.h>
 
-#include "handoff/sender_directory.h"
+#include "sender/sender_installation.h"
 #include "support/environment.h"
 
 namespace quillet::test {

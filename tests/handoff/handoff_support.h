@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "support/registry.h"
+#include "common/registry.h"
 
 namespace quillet::test {
 

@@ -1,37 +1,27 @@
-// InvokeCommand: whose verb it is, what is written, and how the sender is started.
+// InvokeCommand's work: whose verb it is, what is written, and how the sender is started.
 #include <gtest/gtest.h>
 #include <shlobj.h>
-#include <wrl/client.h>
 
-#include <cwchar>
 #include <optional>
 
+#include "handoff/invoke_command.h"
 #include "handoff_support.h"
 #include "support/environment.h"
-#include "support/handler_access.h"
 
 namespace quillet {
 namespace {
-
-using Microsoft::WRL::ComPtr;
-
-const wchar_t kCaption[] = L"Send with Pelloc";
 
 class InvokeCommandTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
         ASSERT_FALSE(m_temp.Path().empty());
-        m_handler = test::MakeHandler();
-        ASSERT_TRUE(m_handler);
-        wcscpy_s(HandlerInspector::CaptionOf(Handler()), 128, kCaption);
         m_file = m_temp.Path() + L"\\file.txt";
         m_folder = m_temp.Path() + L"\\folder";
-        Selection() = {{1, m_folder}, {0, m_file}};
+        m_items = {{1, m_folder}, {0, m_file}};
     }
 
-    CSDKelMN& Handler() { return test::HandlerOf(m_handler.Get()); }
-    SelectedItems& Selection() { return HandlerInspector::SelectedItemsOf(Handler()); }
+    HRESULT Invoke(const CMINVOKECOMMANDINFO* info) { return RunCommand(info, m_caption, m_recorded, m_items); }
     std::wstring ExpectedList() const
     {
         return L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n0=" + m_file + L"\r\n\r\n[pathlist]\r\n0=" + m_folder +
@@ -43,7 +33,7 @@ protected:
         CMINVOKECOMMANDINFO info = {};
         info.cbSize = sizeof(info);
         info.lpVerb = MAKEINTRESOURCEA(offset);
-        return m_handler->InvokeCommand(&info);
+        return Invoke(&info);
     }
 
     // Whether a call took the selection and wrote a list, or left both alone.
@@ -52,20 +42,22 @@ protected:
         const size_t lists = m_temp.ListFiles().size();
         if (accepted) {
             EXPECT_EQ(hr, S_OK) << what;
-            EXPECT_TRUE(Selection().empty()) << what;
+            EXPECT_TRUE(m_items.empty()) << what;
             EXPECT_EQ(lists, m_lists + 1) << what;
         } else {
             EXPECT_EQ(hr, E_INVALIDARG) << what;
-            EXPECT_EQ(Selection().size(), 2u) << what;
+            EXPECT_EQ(m_items.size(), 2u) << what;
             EXPECT_EQ(lists, m_lists) << what;
         }
         m_lists = lists;
-        Selection() = {{1, m_folder}, {0, m_file}};
+        m_items = {{1, m_folder}, {0, m_file}};
     }
 
     test::ScopedTempFolder m_temp{L"invoke list"};
     test::NoSenderRegistered m_noSender;
-    ComPtr<IContextMenu3> m_handler;
+    const wchar_t* m_caption = L"Send with Pelloc";
+    int m_recorded = 0;
+    SelectedItems m_items;
     std::wstring m_file;
     std::wstring m_folder;
     size_t m_lists = 0;
@@ -79,7 +71,7 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroOrTheRecordedOne)
         bool accepted;
     } const cases[] = {{0, 0, true}, {5, 0, true}, {5, 5, true}, {5, 3, false}, {0, 1, false}, {0, 0xFFFF, false}};
     for (const auto& c : cases) {
-        HandlerInspector::MenuItemStateOf(Handler()) = c.recorded;
+        m_recorded = c.recorded;
         ExpectAccepted(InvokeOffset(c.offset), c.accepted,
                        "offset " + std::to_string(c.offset) + " with " + std::to_string(c.recorded) + " recorded");
     }
@@ -90,23 +82,23 @@ TEST_F(InvokeCommandTest, AcceptsTheCaptionInAnyLetterCase)
     CMINVOKECOMMANDINFO narrow = {};
     narrow.cbSize = sizeof(narrow);
     narrow.lpVerb = "SEND WITH pelloc";
-    ExpectAccepted(m_handler->InvokeCommand(&narrow), true, "narrow caption");
+    ExpectAccepted(Invoke(&narrow), true, "narrow caption");
     narrow.lpVerb = "Send with Pello";
-    ExpectAccepted(m_handler->InvokeCommand(&narrow), false, "narrow other text");
+    ExpectAccepted(Invoke(&narrow), false, "narrow other text");
 
     // The extended structure's size alone says that lpVerbW is the verb.
     CMINVOKECOMMANDINFOEX wide = {};
     wide.cbSize = sizeof(wide);
     wide.lpVerb = "other";
     wide.lpVerbW = L"send WITH PELLOC";
-    ExpectAccepted(m_handler->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), true, "wide caption");
+    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), true, "wide caption");
     wide.lpVerb = "Send with Pelloc";
     wide.lpVerbW = nullptr;
-    ExpectAccepted(m_handler->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false, "null wide verb");
+    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false, "null wide verb");
     wide.cbSize = sizeof(CMINVOKECOMMANDINFO);
     wide.lpVerb = "other";
-    wide.lpVerbW = kCaption;
-    ExpectAccepted(m_handler->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false,
+    wide.lpVerbW = m_caption;
+    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false,
                    "wide verb in the short structure");
 
     // A narrow verb is read in the thread's code page.
@@ -116,15 +108,15 @@ TEST_F(InvokeCommandTest, AcceptsTheCaptionInAnyLetterCase)
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
     if (lossy)
         return; // the thread's code page cannot spell it
-    wcscpy_s(HandlerInspector::CaptionOf(Handler()), 128, accented);
+    m_caption = accented;
     narrow.lpVerb = inCodePage;
-    ExpectAccepted(m_handler->InvokeCommand(&narrow), true, "caption in the thread code page");
+    ExpectAccepted(Invoke(&narrow), true, "caption in the thread code page");
 }
 
 TEST_F(InvokeCommandTest, NullInfoIsRejected)
 {
-    EXPECT_EQ(m_handler->InvokeCommand(nullptr), E_INVALIDARG);
-    EXPECT_EQ(Selection().size(), 2u);
+    EXPECT_EQ(Invoke(nullptr), E_INVALIDARG);
+    EXPECT_EQ(m_items.size(), 2u);
 }
 
 TEST_F(InvokeCommandTest, WithoutASenderTheListIsLeftBehindAndTheSelectionSpent)
@@ -134,7 +126,7 @@ TEST_F(InvokeCommandTest, WithoutASenderTheListIsLeftBehindAndTheSelectionSpent)
     const std::vector<std::wstring> lists = m_temp.ListFiles();
     ASSERT_EQ(lists.size(), 1u);
     EXPECT_EQ(test::ReadFileBytes(lists[0]), test::Utf16Bytes(ExpectedList()));
-    EXPECT_TRUE(Selection().empty());
+    EXPECT_TRUE(m_items.empty());
 
     EXPECT_EQ(InvokeOffset(0), E_INVALIDARG) << "second call without a new selection";
     EXPECT_EQ(m_temp.ListFiles().size(), 1u);
@@ -147,7 +139,7 @@ TEST_F(InvokeCommandTest, ListThatCannotBeWrittenFailsAndSpendsTheSelection)
     test::ScopedEnvironmentVariable temp(L"TEMP", missing);
 
     EXPECT_EQ(InvokeOffset(0), E_INVALIDARG);
-    EXPECT_TRUE(Selection().empty());
+    EXPECT_TRUE(m_items.empty());
 }
 
 // The recording sender stands in for Pelloc.exe, in a folder whose name has a space, and the

@@ -85,8 +85,8 @@ TEST(LaunchSender, NeedsAListNameAndReportsSuccessWithoutASender)
 {
     test::NoSenderRegistered noSender;
 
-    EXPECT_EQ(LaunchSender(nullptr), 0);
-    EXPECT_EQ(LaunchSender(L"C:\\no such list.tmp"), 1);
+    EXPECT_FALSE(LaunchSender(nullptr));
+    EXPECT_TRUE(LaunchSender(L"C:\\no such list.tmp"));
 }
 
 } // namespace

@@ -64,7 +64,7 @@ TEST_F(TransferListTest, WritesTheListByteForByte)
         const std::wstring file = m_temp.Path() + L"\\list.tmp";
         SelectedItems items = list.items;
 
-        ASSERT_EQ(WriteTransferList(items, file.c_str()), 1) << list.name;
+        ASSERT_TRUE(WriteTransferList(items, file.c_str())) << list.name;
 
         const std::string bytes = test::ReadFileBytes(file);
         EXPECT_EQ(bytes, test::Utf16Bytes(list.expected)) << list.name;
@@ -87,12 +87,12 @@ TEST_F(TransferListTest, WritesNothingWithoutItemsOrAUsableName)
     SelectedItems none;
     SelectedItems some = {{0, L"C:\\a"}};
 
-    EXPECT_EQ(WriteTransferList(none, file.c_str()), 0);
+    EXPECT_FALSE(WriteTransferList(none, file.c_str()));
     EXPECT_EQ(GetFileAttributesW(file.c_str()), INVALID_FILE_ATTRIBUTES) << "file made for an empty selection";
-    EXPECT_EQ(WriteTransferList(some, nullptr), 0);
-    EXPECT_EQ(WriteTransferList(some, L""), 0);
-    EXPECT_EQ(WriteTransferList(some, m_temp.Path().c_str()), 0); // a folder
-    EXPECT_EQ(WriteTransferList(some, (m_temp.Path() + L"\\missing\\list.tmp").c_str()), 0);
+    EXPECT_FALSE(WriteTransferList(some, nullptr));
+    EXPECT_FALSE(WriteTransferList(some, L""));
+    EXPECT_FALSE(WriteTransferList(some, m_temp.Path().c_str())); // a folder
+    EXPECT_FALSE(WriteTransferList(some, (m_temp.Path() + L"\\missing\\list.tmp").c_str()));
 }
 
 TEST_F(TransferListTest, TempFileNameIsFreshInTheTemporaryFolder)

@@ -3,25 +3,28 @@
 #include <thread>
 #include <vector>
 
-#include "handoff/sender_directory.h"
 #include "menu/caption.h"
 #include "menu_test_support.h"
 #include "resources/resource_ids.h"
-#include "support/handler_access.h"
 
 namespace quillet {
 namespace {
 
 const std::wstring kEnglish = L"Transferred with Pelloc";
 
-// The caption a handler chooses when made with the sender's "config.ini" asking for `language`.
+// The caption a new handler chooses.
+std::wstring NewCaption()
+{
+    wchar_t caption[kCaptionLength];
+    ChooseMenuCaption(test::TestResources(), caption);
+    return caption;
+}
+
+// The caption chosen with the sender's "config.ini" asking for `language`.
 std::wstring CaptionFor(std::optional<std::string> language)
 {
     test::FakeSender sender(true, std::move(language));
-    auto handler = test::MakeHandler();
-    if (!handler)
-        return L"<no handler>";
-    return HandlerInspector::CaptionOf(test::HandlerOf(handler.Get()));
+    return NewCaption();
 }
 
 TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
@@ -43,23 +46,18 @@ TEST(MenuCaption, OtherLanguagesAndMissingSettingsGiveEnglish)
 
 TEST(MenuCaption, UnknownSenderFolderGivesEnglish)
 {
-    test::ScopedRegistryValue path(HKEY_LOCAL_MACHINE, test::kAppPathsKey, L"Path");
+    test::ScopedRegistryValue path(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
     path.Delete();
-    auto handler = test::MakeHandler();
-    ASSERT_TRUE(handler);
-    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(handler.Get())), kEnglish);
+    EXPECT_EQ(NewCaption(), kEnglish);
 }
 
 TEST(MenuCaption, EveryNewHandlerReadsTheLanguageAgain)
 {
     test::FakeSender sender(true, "zh-CN");
     const std::wstring config = GetSenderDirectory() + L"config.ini";
-    auto first = test::MakeHandler();
+    EXPECT_EQ(NewCaption(), L"以Pelloc 传输");
     ASSERT_TRUE(WritePrivateProfileStringW(L"UI", L"language", L"ru", config.c_str()));
-    auto second = test::MakeHandler();
-    ASSERT_TRUE(first && second);
-    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(first.Get())), std::wstring(L"以Pelloc 传输"));
-    EXPECT_EQ(HandlerInspector::CaptionOf(test::HandlerOf(second.Get())), std::wstring(L"Переданы с помощью Pelloc"));
+    EXPECT_EQ(NewCaption(), L"Переданы с помощью Pelloc");
 }
 
 TEST(MenuCaption, HandlersOnManyThreadsShareOneTableParsedFromTheModule)
@@ -74,16 +72,15 @@ TEST(MenuCaption, HandlersOnManyThreadsShareOneTableParsedFromTheModule)
     std::vector<std::thread> threads;
     for (size_t i = 0; i < kThreads; ++i) {
         threads.emplace_back([&, i] {
-            tables[i] = &SharedLanguageTable();
-            auto handler = test::MakeHandler(); // each one in its own thread's apartment
-            captions[i] = handler ? HandlerInspector::CaptionOf(test::HandlerOf(handler.Get())) : L"<no handler>";
+            tables[i] = &SharedLanguageTable(test::TestResources());
+            captions[i] = NewCaption();
         });
     }
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(SharedLanguageTable(), fresh);
+    EXPECT_EQ(SharedLanguageTable(test::TestResources()), fresh);
     for (size_t i = 0; i < kThreads; ++i) {
-        EXPECT_EQ(tables[i], &SharedLanguageTable());
+        EXPECT_EQ(tables[i], &SharedLanguageTable(test::TestResources()));
         EXPECT_EQ(captions[i], L"Переданы с помощью Pelloc");
     }
 }
@@ -93,8 +90,8 @@ class CaptionChoice : public testing::Test {
 protected:
     std::wstring Choose(const LanguageTable& table, const std::wstring& wanted)
     {
-        wchar_t caption[128];
-        wmemset(caption, L'#', 128);
+        wchar_t caption[kCaptionLength];
+        wmemset(caption, L'#', kCaptionLength);
         ChooseCaption(table, wanted, GetModuleHandleW(nullptr), caption);
         return caption;
     }

@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "menu/menu_icon.h"
 #include "menu_test_support.h"
 #include "resources/resource_ids.h"
-#include "support/handler_access.h"
 
 namespace quillet {
 namespace {
@@ -49,19 +50,23 @@ LONG ExpectedIconSide()
 
 class MenuIcon : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        handler = test::MakeHandler(); // starts GDI+
-        ASSERT_TRUE(handler);
-    }
-    CSDKelMN& object() { return test::HandlerOf(handler.Get()); }
-    Microsoft::WRL::ComPtr<IContextMenu3> handler;
+    test::HandlerServices services;
+    MenuPresentation presentation;
 };
+
+void LoadIconInto(MenuPresentation& presentation)
+{
+    LoadMenuIcon(presentation, test::TestResources());
+}
+void LoadCheckInto(MenuPresentation& presentation)
+{
+    LoadMenuCheckBitmap(presentation, test::TestResources());
+}
 
 TEST_F(MenuIcon, SizeFollowsTheDisplayScale)
 {
-    HandlerInspector::LoadMenuIcon(object());
-    HBITMAP icon = HandlerInspector::MenuIconOf(object());
+    LoadIconInto(presentation);
+    HBITMAP icon = presentation.m_hbmpMenuIcon.get();
     const BitmapFacts facts = Inspect(icon);
     EXPECT_EQ(facts.width, ExpectedIconSide());
     EXPECT_EQ(facts.height, ExpectedIconSide());
@@ -70,13 +75,14 @@ TEST_F(MenuIcon, SizeFollowsTheDisplayScale)
     EXPECT_TRUE(facts.someOpaque);
     EXPECT_TRUE(facts.premultiplied);
 
-    HandlerInspector::LoadMenuIcon(object()); // loaded once and kept
-    EXPECT_EQ(HandlerInspector::MenuIconOf(object()), icon);
+    LoadIconInto(presentation); // loaded once and kept
+    EXPECT_EQ(presentation.m_hbmpMenuIcon.get(), icon);
 }
 
 TEST_F(MenuIcon, PngIsUsedOnlyOnScaledDisplaysAfterXP)
 {
-    UniqueBitmap png = LoadPngMenuIcon(IDP_MENU_ICON);
+    const HINSTANCE module = GetModuleHandleW(nullptr);
+    UniqueBitmap png = LoadPngMenuIcon(module, IDP_MENU_ICON);
     const int dpi = test::RequestedDpi();
     if (test::RequestedWindowsVersion() == "winxp" || dpi == 0 || dpi == 96) {
         EXPECT_FALSE(png);
@@ -84,28 +90,28 @@ TEST_F(MenuIcon, PngIsUsedOnlyOnScaledDisplaysAfterXP)
         ASSERT_TRUE(png);
         EXPECT_EQ(Inspect(png.get()).width, ExpectedIconSide());
     }
-    EXPECT_FALSE(LoadPngMenuIcon(0));
-    EXPECT_FALSE(LoadPngMenuIcon(IDB_MENU_ICON)); // not a PNG resource
+    EXPECT_FALSE(LoadPngMenuIcon(module, 0));
+    EXPECT_FALSE(LoadPngMenuIcon(module, IDB_MENU_ICON)); // not a PNG resource
 }
 
 TEST_F(MenuIcon, CheckBitmapIsThirteenPixelsWithAlpha)
 {
-    HandlerInspector::LoadMenuCheckBitmap(object());
-    HBITMAP check = HandlerInspector::MenuCheckOf(object());
+    LoadCheckInto(presentation);
+    HBITMAP check = presentation.m_hbmpMenuCheck.get();
     const BitmapFacts facts = Inspect(check);
     EXPECT_EQ(facts.width, 13);
     EXPECT_EQ(facts.height, 13);
     EXPECT_EQ(facts.bitsPerPixel, 32);
     EXPECT_TRUE(facts.someTransparent);
     EXPECT_TRUE(facts.premultiplied);
-    HandlerInspector::LoadMenuCheckBitmap(object());
-    EXPECT_EQ(HandlerInspector::MenuCheckOf(object()), check);
+    LoadCheckInto(presentation);
+    EXPECT_EQ(presentation.m_hbmpMenuCheck.get(), check);
 }
 
 // The pictures as decoded straight from the module, for comparison with the handlers' ones.
 UniqueBitmap FreshIcon()
 {
-    if (UniqueBitmap png = LoadPngMenuIcon(IDP_MENU_ICON))
+    if (UniqueBitmap png = LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON))
         return png;
     return UniqueBitmap(static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDB_MENU_ICON),
                                                         IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION | LR_VGACOLOR)));
@@ -121,24 +127,22 @@ TEST_F(MenuIcon, EveryHandlerOwnsAndFreesPicturesEqualToFreshlyDecodedOnes)
 {
     struct Picture {
         const char* name;
-        void (*load)(CSDKelMN&);
-        HBITMAP& (*field)(CSDKelMN&);
+        void (*load)(MenuPresentation&);
+        UniqueBitmap MenuPresentation::*field;
         UniqueBitmap (*fresh)();
     };
     const Picture pictures[] = {
-        {"icon", &HandlerInspector::LoadMenuIcon, &HandlerInspector::MenuIconOf, &FreshIcon},
-        {"check mark", &HandlerInspector::LoadMenuCheckBitmap, &HandlerInspector::MenuCheckOf, &FreshCheck},
+        {"icon", &LoadIconInto, &MenuPresentation::m_hbmpMenuIcon, &FreshIcon},
+        {"check mark", &LoadCheckInto, &MenuPresentation::m_hbmpMenuCheck, &FreshCheck},
     };
     for (const Picture& picture : pictures) {
         SCOPED_TRACE(picture.name);
         // Three handlers, so that at least two take their picture from what an earlier one decoded.
-        Microsoft::WRL::ComPtr<IContextMenu3> handlers[3] = {test::MakeHandler(), test::MakeHandler(),
-                                                              test::MakeHandler()};
+        std::optional<MenuPresentation> handlers[3];
         HBITMAP bitmaps[3] = {};
         for (int i = 0; i < 3; ++i) {
-            ASSERT_TRUE(handlers[i]);
-            picture.load(test::HandlerOf(handlers[i].Get()));
-            bitmaps[i] = picture.field(test::HandlerOf(handlers[i].Get()));
+            picture.load(handlers[i].emplace());
+            bitmaps[i] = ((*handlers[i]).*picture.field).get();
             ASSERT_NE(bitmaps[i], nullptr);
         }
         EXPECT_NE(bitmaps[0], bitmaps[1]);
@@ -160,11 +164,11 @@ TEST_F(MenuIcon, EveryHandlerOwnsAndFreesPicturesEqualToFreshlyDecodedOnes)
         }
 
         // Each handler frees its own: the first one gone leaves the others' pictures whole.
-        handlers[0].Reset();
+        handlers[0].reset();
         EXPECT_EQ(GetObjectType(bitmaps[0]), 0u);
         EXPECT_EQ(test::TopDownPixels(bitmaps[2]), expectedPixels);
-        handlers[1].Reset();
-        handlers[2].Reset();
+        handlers[1].reset();
+        handlers[2].reset();
         EXPECT_EQ(GetObjectType(bitmaps[1]), 0u);
         EXPECT_EQ(GetObjectType(bitmaps[2]), 0u);
     }

@@ -1,4 +1,5 @@
-// Shared set-up of the menu tests: a fake sender installation, the profile setting, menus.
+// Shared set-up of the menu tests: a fake sender installation, the profile setting, menus,
+// and what a handler provides to the menu routines.
 #pragma once
 #include <windows.h>
 
@@ -6,26 +7,51 @@
 #include <string>
 #include <vector>
 
+#include "common/registry.h"
+#include "menu/menu_presentation.h"
+#include "platform/gdiplus.h"
 #include "platform/handles.h"
-
+#include "sender/sender_installation.h"
 #include "support/environment.h"
-#include "support/registry.h"
 
 namespace quillet::test {
 
-inline constexpr wchar_t kAppPathsKey[] = L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe";
-inline constexpr wchar_t kProfileKey[] = L"SOFTWARE\\Pelloc\\Profile";
+// The test program's own resources and one lock for the whole process.
+inline MenuResources TestResources()
+{
+    static CriticalSection lock;
+    return {GetModuleHandleW(nullptr), lock.get()};
+}
+
+// COM and GDI+ on this thread for the object's life, as a handler's creation starts them.
+class HandlerServices {
+public:
+    HandlerServices()
+    {
+        CoInitialize(nullptr);
+        Gdiplus::GdiplusStartupInput input;
+        Gdiplus::GdiplusStartup(&m_token, &input, nullptr);
+    }
+    ~HandlerServices()
+    {
+        Gdiplus::GdiplusShutdown(m_token);
+        CoUninitialize();
+    }
+
+private:
+    ULONG_PTR m_token = 0;
+};
 
 // A folder registered as the sender's App Paths "Path", optionally holding "Pelloc.exe" and a
 // "config.ini" with [UI] language=...; registration and folder go away with the object.
 class FakeSender {
 public:
     explicit FakeSender(bool withExecutable = true, std::optional<std::string> language = std::nullopt)
-        : m_folder(MakeTempFolder(L"sender")), m_path(HKEY_LOCAL_MACHINE, kAppPathsKey, L"Path")
+        : m_folder(MakeTempFolder(L"sender")), m_path(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue)
     {
         m_path.SetString(m_folder);
         if (withExecutable)
-            WriteFileBytes(m_folder + L"\\Pelloc.exe", "", 0);
+            WriteFileBytes(m_folder + L"\\" + kSenderFileName, "", 0);
         if (language) {
             const std::string ini = "[Other]\r\nlanguage=de\r\n[UI]\r\nlanguage=" + *language + "\r\n";
             WriteFileBytes(m_folder + L"\\config.ini", ini.data(), ini.size());
@@ -42,7 +68,8 @@ private:
 
 // "MenuOption" in one registry view, absent until a test sets it, restored afterwards.
 struct MenuOptionValue {
-    explicit MenuOptionValue(REGSAM view = KEY_WOW64_32KEY) : value(HKEY_LOCAL_MACHINE, kProfileKey, L"MenuOption", view)
+    explicit MenuOptionValue(REGSAM view = KEY_WOW64_32KEY)
+        : value(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, view)
     {
         value.Delete();
     }

@@ -5,8 +5,9 @@
 #include <string>
 #include <utility>
 
-#include "platform/handles.h"
-#include "support/handler_access.h"
+#include "menu/caption_measure.h"
+#include "menu/owner_draw.h"
+#include "menu_test_support.h"
 
 namespace quillet {
 namespace {
@@ -38,32 +39,36 @@ class OwnerDraw : public testing::Test {
 protected:
     void SetUp() override
     {
-        handler = test::MakeHandler();
-        ASSERT_TRUE(handler);
-        HandlerInspector::IdCmdFirstOf(object()) = kItemId;
-        HandlerInspector::RefreshMenuFont(object());
+        h.m_idCmdFirst = kItemId;
+        lstrcpyW(h.m_menuCaption, L"Transferred with Pelloc");
+        RefreshMenuFont(h);
     }
-    CSDKelMN& object() { return test::HandlerOf(handler.Get()); }
+    // The message as the handler passes it on; result may be null.
+    void Send(UINT message, const void* structure, LRESULT* result)
+    {
+        HandleMenuMessage(h, test::TestResources(), message, reinterpret_cast<LPARAM>(structure), result);
+    }
     const int checkWidth = GetSystemMetrics(SM_CXMENUCHECK) + 6;
-    Microsoft::WRL::ComPtr<IContextMenu3> handler;
+    test::HandlerServices services;
+    MenuPresentation h;
 };
 
 TEST_F(OwnerDraw, MeasuresCheckMarkSpacePlusCaption)
 {
     // An ampersand is text here, not a mnemonic.
     const wchar_t* caption = L"&Transferred with Pelloc";
-    lstrcpyW(HandlerInspector::CaptionOf(object()), caption);
+    lstrcpyW(h.m_menuCaption, caption);
     MEASUREITEMSTRUCT item = {ODT_MENU, 0, kItemId, 1, 1, 0};
     LRESULT result = kUntouched;
-    ASSERT_EQ(handler->HandleMenuMsg2(WM_MEASUREITEM, 0, reinterpret_cast<LPARAM>(&item), &result), S_OK);
+    Send(WM_MEASUREITEM, &item, &result);
     EXPECT_EQ(result, TRUE);
     EXPECT_EQ(item.itemWidth, UINT(checkWidth + TextWidth(caption)));
     EXPECT_EQ(item.itemHeight, UINT(GetSystemMetrics(SM_CYMENUCHECK) + 5));
-    EXPECT_EQ(HandlerInspector::CaptionWidthOf(object()), TextWidth(caption));
-    EXPECT_NE(HandlerInspector::MenuIconOf(object()), nullptr);
+    EXPECT_EQ(h.m_captionWidth, TextWidth(caption));
+    EXPECT_TRUE(h.m_hbmpMenuIcon);
 
-    item = {ODT_MENU, 0, kItemId, 1, 1, 0}; // the same through IContextMenu2, without a result
-    ASSERT_EQ(handler->HandleMenuMsg(WM_MEASUREITEM, 0, reinterpret_cast<LPARAM>(&item)), S_OK);
+    item = {ODT_MENU, 0, kItemId, 1, 1, 0}; // without a result
+    Send(WM_MEASUREITEM, &item, nullptr);
     EXPECT_EQ(item.itemWidth, UINT(checkWidth + TextWidth(caption)));
 }
 
@@ -73,18 +78,17 @@ TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
     DRAWITEMSTRUCT draw = {};
     draw.itemID = kItemId + 1;
     LRESULT result = kUntouched;
-    EXPECT_EQ(handler->HandleMenuMsg2(WM_MEASUREITEM, 0, reinterpret_cast<LPARAM>(&item), &result), S_OK);
-    EXPECT_EQ(handler->HandleMenuMsg2(WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&draw), &result), S_OK);
+    Send(WM_MEASUREITEM, &item, &result);
+    Send(WM_DRAWITEM, &draw, &result);
     EXPECT_EQ(item.itemWidth, 11u);
     EXPECT_EQ(item.itemHeight, 22u);
 
     for (const UINT message : {UINT(WM_MEASUREITEM), UINT(WM_DRAWITEM), UINT(WM_INITMENUPOPUP), UINT(WM_MENUCHAR)}) {
-        EXPECT_EQ(handler->HandleMenuMsg2(message, 0, 0, &result), S_OK);
-        EXPECT_EQ(handler->HandleMenuMsg2(message, 0, 0, nullptr), S_OK);
-        EXPECT_EQ(handler->HandleMenuMsg(message, 0, 0), S_OK);
+        Send(message, nullptr, &result);
+        Send(message, nullptr, nullptr);
     }
     EXPECT_EQ(result, kUntouched);
-    EXPECT_EQ(HandlerInspector::CaptionWidthOf(object()), 0); // nothing was measured
+    EXPECT_EQ(h.m_captionWidth, 0); // nothing was measured
 }
 
 TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
@@ -116,7 +120,7 @@ TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
         DRAWITEMSTRUCT item = {ODT_MENU, 0, kItemId, ODA_DRAWENTIRE, c.state, nullptr, dc.get(),
                                {c.left, 0, kWidth, kHeight}, 0};
         LRESULT result = kUntouched;
-        ASSERT_EQ(handler->HandleMenuMsg2(WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&item), &result), S_OK);
+        Send(WM_DRAWITEM, &item, &result);
         EXPECT_EQ(result, TRUE);
         GdiFlush();
 
@@ -153,39 +157,37 @@ int ScreenCaptionWidth(const wchar_t* caption, HFONT font)
 
 TEST_F(OwnerDraw, CaptionMeasuresAsOnTheScreenWithAndWithoutTheMenuFont)
 {
-    CSDKelMN& h = object();
     for (const wchar_t* caption : {L"Transferred with Pelloc", L"以Pelloc 传输", L"&Mit Pelloc übertragen"}) {
         SCOPED_TRACE(testing::Message() << "caption " << testing::PrintToString(std::wstring(caption)));
-        lstrcpyW(HandlerInspector::CaptionOf(h), caption);
-        HandlerInspector::MeasureCaption(h);
-        EXPECT_GT(HandlerInspector::CaptionWidthOf(h), 0);
-        EXPECT_EQ(HandlerInspector::CaptionWidthOf(h), ScreenCaptionWidth(caption, HandlerInspector::MenuFontOf(h)));
+        lstrcpyW(h.m_menuCaption, caption);
+        MeasureCaption(h);
+        EXPECT_GT(h.m_captionWidth, 0);
+        EXPECT_EQ(h.m_captionWidth, ScreenCaptionWidth(caption, h.m_hMenuFont.get()));
 
         // Newer systems never make the menu font: the caption is measured in the DC's own.
-        UniqueFont menuFont(std::exchange(HandlerInspector::MenuFontOf(h), nullptr));
-        HandlerInspector::MeasureCaption(h);
-        EXPECT_EQ(HandlerInspector::CaptionWidthOf(h), ScreenCaptionWidth(caption, nullptr));
-        HandlerInspector::MenuFontOf(h) = menuFont.release();
+        UniqueFont menuFont(h.m_hMenuFont.release());
+        MeasureCaption(h);
+        EXPECT_EQ(h.m_captionWidth, ScreenCaptionWidth(caption, nullptr));
+        h.m_hMenuFont = std::move(menuFont);
     }
 }
 
 TEST_F(OwnerDraw, MenuFontIsRecreatedOnlyWhenTheSystemFontChanged)
 {
     const LOGFONTW system = SystemMenuFont();
-    CSDKelMN& h = object();
-    HFONT font = HandlerInspector::MenuFontOf(h);
+    HFONT font = h.m_hMenuFont.get();
     ASSERT_NE(font, nullptr);
-    EXPECT_EQ(std::memcmp(&HandlerInspector::MenuLogFontOf(h), &system, sizeof(LOGFONTW)), 0);
-    HandlerInspector::RefreshMenuFont(h);
-    EXPECT_EQ(HandlerInspector::MenuFontOf(h), font);
+    EXPECT_EQ(std::memcmp(&h.m_menuLogFont, &system, sizeof(LOGFONTW)), 0);
+    RefreshMenuFont(h);
+    EXPECT_EQ(h.m_hMenuFont.get(), font);
 
     // As if the system's menu font had been another one when the font was made.
-    HandlerInspector::MenuLogFontOf(h).lfHeight += 3;
-    HandlerInspector::RefreshMenuFont(h);
-    EXPECT_NE(HandlerInspector::MenuFontOf(h), nullptr);
+    h.m_menuLogFont.lfHeight += 3;
+    RefreshMenuFont(h);
+    EXPECT_TRUE(h.m_hMenuFont);
     LOGFONTW old = {};
     EXPECT_EQ(GetObjectW(font, sizeof(old), &old), 0) << "the old font must be deleted";
-    EXPECT_EQ(std::memcmp(&HandlerInspector::MenuLogFontOf(h), &system, sizeof(LOGFONTW)), 0);
+    EXPECT_EQ(std::memcmp(&h.m_menuLogFont, &system, sizeof(LOGFONTW)), 0);
 }
 
 } // namespace

@@ -65,17 +65,17 @@ constexpr UINT kMissingId = 0x7F02;
 constexpr UINT kDeviceBitmapId = 0x7F03;
 int g_decodes = 0;
 
-UniqueBitmap DecodePattern(UINT, int variant)
+UniqueBitmap DecodePattern(HINSTANCE, UINT, int variant)
 {
     ++g_decodes;
     return PatternBitmap(6 + variant, 3, true);
 }
-UniqueBitmap DecodeNothing(UINT, int)
+UniqueBitmap DecodeNothing(HINSTANCE, UINT, int)
 {
     ++g_decodes;
     return UniqueBitmap();
 }
-UniqueBitmap DecodeDeviceBitmap(UINT, int)
+UniqueBitmap DecodeDeviceBitmap(HINSTANCE, UINT, int)
 {
     ++g_decodes;
     return UniqueBitmap(CreateBitmap(4, 4, 1, 32, nullptr));
@@ -84,8 +84,8 @@ UniqueBitmap DecodeDeviceBitmap(UINT, int)
 TEST(SharedPictures, DecodesOncePerPictureAndVariantAndHandsOutOwnBitmaps)
 {
     g_decodes = 0;
-    UniqueBitmap first = SharedPicture(kPatternId, 0, &DecodePattern);
-    UniqueBitmap second = SharedPicture(kPatternId, 0, &DecodePattern);
+    UniqueBitmap first = SharedPicture(test::TestResources(), kPatternId, 0, &DecodePattern);
+    UniqueBitmap second = SharedPicture(test::TestResources(), kPatternId, 0, &DecodePattern);
     EXPECT_EQ(g_decodes, 1);
     ASSERT_TRUE(first && second);
     EXPECT_NE(first.get(), second.get());
@@ -95,10 +95,10 @@ TEST(SharedPictures, DecodesOncePerPictureAndVariantAndHandsOutOwnBitmaps)
     DIBSECTION dib = {};
     ASSERT_EQ(GetObjectW(second.get(), sizeof(dib), &dib), int(sizeof(dib)));
     static_cast<DWORD*>(dib.dsBm.bmBits)[0] ^= 0xFFFFFFFF;
-    UniqueBitmap third = SharedPicture(kPatternId, 0, &DecodePattern);
+    UniqueBitmap third = SharedPicture(test::TestResources(), kPatternId, 0, &DecodePattern);
     EXPECT_EQ(test::TopDownPixels(third.get()), test::TopDownPixels(first.get()));
 
-    UniqueBitmap scaled = SharedPicture(kPatternId, 2, &DecodePattern); // another display scale
+    UniqueBitmap scaled = SharedPicture(test::TestResources(), kPatternId, 2, &DecodePattern); // another display scale
     EXPECT_EQ(g_decodes, 2);
     BITMAP facts = {};
     ASSERT_TRUE(GetObjectW(scaled.get(), sizeof(facts), &facts));
@@ -113,13 +113,13 @@ TEST(SharedPictures, FailuresAndUnsharableBitmapsAreNeverKept)
     EXPECT_FALSE(CaptureDibPixels(indexed.get()));
 
     g_decodes = 0;
-    EXPECT_FALSE(SharedPicture(kMissingId, 0, &DecodeNothing));
-    EXPECT_FALSE(SharedPicture(kMissingId, 0, &DecodeNothing));
+    EXPECT_FALSE(SharedPicture(test::TestResources(), kMissingId, 0, &DecodeNothing));
+    EXPECT_FALSE(SharedPicture(test::TestResources(), kMissingId, 0, &DecodeNothing));
     EXPECT_EQ(g_decodes, 2);
 
     g_decodes = 0; // a device bitmap, not a DIB section
-    UniqueBitmap a = SharedPicture(kDeviceBitmapId, 0, &DecodeDeviceBitmap);
-    UniqueBitmap b = SharedPicture(kDeviceBitmapId, 0, &DecodeDeviceBitmap);
+    UniqueBitmap a = SharedPicture(test::TestResources(), kDeviceBitmapId, 0, &DecodeDeviceBitmap);
+    UniqueBitmap b = SharedPicture(test::TestResources(), kDeviceBitmapId, 0, &DecodeDeviceBitmap);
     EXPECT_TRUE(a && b);
     EXPECT_EQ(g_decodes, 2);
 }

@@ -26,8 +26,8 @@ TEST(OsVersion, AnswersForTheVersionTheSystemReports)
 
 TEST(OsVersion, NativeSixtyFourBitIsCachedAndStable)
 {
-    EXPECT_EQ(IsNativeOs64Bit(), 1);
-    EXPECT_EQ(IsNativeOs64Bit(), 1);
+    EXPECT_TRUE(IsNativeOs64Bit());
+    EXPECT_TRUE(IsNativeOs64Bit());
 }
 
 } // namespace

@@ -7,8 +7,8 @@
 #include <random>
 #include <vector>
 
+#include "common/drop_data_object.h"
 #include "selection/drop_list_reader.h"
-#include "support/drop_data_object.h"
 
 namespace quillet {
 namespace {

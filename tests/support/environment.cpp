@@ -1,11 +1,6 @@
 #include "support/environment.h"
 
-#include <shellapi.h>
-
 #include <cstdlib>
-#include <vector>
-
-#include "platform/handles.h"
 
 namespace quillet::test {
 
@@ -19,71 +14,6 @@ int RequestedDpi()
 {
     const char* value = std::getenv("QUILLET_DPI");
     return value ? std::atoi(value) : 0;
-}
-
-std::wstring ProgramDirectory()
-{
-    std::vector<wchar_t> buffer(32768);
-    const DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
-    std::wstring path(buffer.data(), length);
-    return path.substr(0, path.find_last_of(L'\\') + 1);
-}
-
-std::wstring ModulePath()
-{
-    return ProgramDirectory() + L"Quillet.dll";
-}
-
-std::wstring MakeTempFolder(const std::wstring& hint)
-{
-    wchar_t temp[MAX_PATH + 1] = {};
-    GetTempPathW(MAX_PATH + 1, temp);
-    for (unsigned attempt = 0;; ++attempt) {
-        std::wstring folder = std::wstring(temp) + L"quillet-" + hint + L"-" +
-                              std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(GetTickCount()) +
-                              L"-" + std::to_wstring(attempt);
-        if (CreateDirectoryW(folder.c_str(), nullptr))
-            return folder;
-        if (GetLastError() != ERROR_ALREADY_EXISTS || attempt > 1000)
-            return L"";
-    }
-}
-
-void RemoveTree(const std::wstring& folder)
-{
-    if (folder.size() < 4)
-        return;
-    std::wstring from = folder;
-    from.push_back(L'\0'); // the list is double-terminated
-    SHFILEOPSTRUCTW operation = {};
-    operation.wFunc = FO_DELETE;
-    operation.pFrom = from.c_str();
-    operation.fFlags = FOF_NO_UI;
-    SHFileOperationW(&operation);
-}
-
-bool WriteFileBytes(const std::wstring& path, const void* data, size_t bytes)
-{
-    UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file)
-        return false;
-    DWORD written = 0;
-    return WriteFile(file.get(), data, static_cast<DWORD>(bytes), &written, nullptr) && written == bytes;
-}
-
-std::string ReadFileBytes(const std::wstring& path)
-{
-    UniqueFileHandle file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file)
-        return {};
-    std::string data;
-    char chunk[65536];
-    DWORD read = 0;
-    while (ReadFile(file.get(), chunk, sizeof(chunk), &read, nullptr) && read > 0)
-        data.append(chunk, read);
-    return data;
 }
 
 } // namespace quillet::test

@@ -19,10 +19,11 @@
 #include <string>
 
 #include "blended_picture.h"
-#include "module/handler_objects.h"
-#include "module/module_state.h"
-#include "support/environment.h"
-#include "support/registry.h"
+#include "common/files.h"
+#include "common/module_library.h"
+#include "common/registry.h"
+#include "quillet_idl.h"
+#include "sender/sender_installation.h"
 
 namespace {
 
@@ -168,17 +169,20 @@ int wmain(int argc, wchar_t** argv)
     }
 
     SetProcessDPIAware(); // as Explorer is
-    quillet::InitializeModule(GetModuleHandleW(nullptr));
     int status = 0;
     {
         // The sender counts as installed: App Paths points at a folder holding "Pelloc.exe".
         const std::wstring folder = quillet::test::MakeTempFolder(L"preview");
-        quillet::test::WriteFileBytes(folder + L"\\Pelloc.exe", "", 0);
-        quillet::test::ScopedRegistryValue path(
-            HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\App Paths\\Pelloc.exe", L"Path");
+        quillet::test::WriteFileBytes(folder + L"\\" + quillet::kSenderFileName, "", 0);
+        quillet::test::ScopedRegistryValue path(HKEY_LOCAL_MACHINE, quillet::kSenderAppPathsKey,
+                                                quillet::kSenderPathValue);
         path.SetString(folder);
 
-        quillet::CreatePlainHandler(nullptr, IID_IContextMenu3, reinterpret_cast<void**>(g_handler.GetAddressOf()));
+        // The handler as the shell gets it, from the DLL beside this program.
+        quillet::test::ModuleLibrary module(quillet::test::ModulePath());
+        Microsoft::WRL::ComPtr<IClassFactory> factory;
+        if (SUCCEEDED(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&factory))))
+            factory->CreateInstance(nullptr, IID_PPV_ARGS(&g_handler));
         WNDCLASSW windowClass = {};
         windowClass.lpfnWndProc = WindowProc;
         windowClass.hInstance = GetModuleHandleW(nullptr);
@@ -206,6 +210,7 @@ int wmain(int argc, wchar_t** argv)
             BITMAP bitmap = {};
             if (!g_itemPicture || !GetObjectW(g_itemPicture, sizeof(bitmap), &bitmap)) {
                 std::printf("the item has no picture\n");
+                g_handler.Reset(); // before its module goes
                 return 1;
             }
             g_pictureSize = {bitmap.bmWidth, bitmap.bmHeight};
@@ -228,8 +233,8 @@ int wmain(int argc, wchar_t** argv)
             DeleteObject(blended);
         DestroyWindow(window);
         g_handler.Reset();
+        factory.Reset();
         quillet::test::RemoveTree(folder);
     }
-    quillet::TerminateModule(false);
     return status;
 }

@@ -1,4 +1,4 @@
-#include "support/drop_data_object.h"
+#include "common/drop_data_object.h"
 
 #include <shlobj.h>
 

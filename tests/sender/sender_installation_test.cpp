@@ -1,8 +1,8 @@
 // Where the sender is installed, as its App Paths "Path" value says.
 #include <gtest/gtest.h>
 
-#include "handoff/sender_directory.h"
-#include "support/registry.h"
+#include "common/registry.h"
+#include "sender/sender_installation.h"
 
 namespace quillet {
 namespace {

@@ -1,4 +1,4 @@
-#include "support/registry.h"
+#include "common/registry.h"
 
 #include <algorithm>
 

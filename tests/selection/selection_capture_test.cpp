@@ -1,4 +1,4 @@
-// Initialize: from the shell's data object to the handler's selection and the path list.
+// From the shell's data object to the selection and the path list.
 #include <gtest/gtest.h>
 #include <shlobj.h>
 #include <wrl/client.h>
@@ -7,11 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include "common/drop_data_object.h"
 #include "platform/handles.h"
 #include "selection/selection_capture.h"
-#include "support/drop_data_object.h"
 #include "support/environment.h"
-#include "support/handler_access.h"
 
 namespace quillet {
 namespace {
@@ -26,20 +25,15 @@ protected:
         CoInitialize(nullptr);
         m_folder = test::MakeTempFolder(L"selection");
         ASSERT_FALSE(m_folder.empty());
-        m_handler = test::MakeHandler();
-        ASSERT_TRUE(m_handler);
-        ASSERT_TRUE(SUCCEEDED(m_handler.As(&m_init)));
     }
 
     void TearDown() override
     {
-        m_init.Reset();
-        m_handler.Reset();
         test::RemoveTree(m_folder);
         CoUninitialize();
     }
 
-    HRESULT Initialize(IDataObject* data) { return m_init->Initialize(nullptr, data, nullptr); }
+    HRESULT Initialize(IDataObject* data) { return CaptureSelection(data, m_items, m_paths); }
     HRESULT Select(const std::vector<std::wstring>& paths)
     {
         return Initialize(test::DropDataObject::Create(test::WideDropFiles(paths)).Get());
@@ -48,7 +42,7 @@ protected:
     Records Selection()
     {
         Records records;
-        for (const SelectedItem& item : HandlerInspector::SelectedItemsOf(test::HandlerOf(m_handler.Get())))
+        for (const SelectedItem& item : m_items)
             records.emplace_back(item.path, item.isFolder);
         return records;
     }
@@ -86,8 +80,8 @@ protected:
     }
 
     std::wstring m_folder;
-    ComPtr<IContextMenu3> m_handler;
-    ComPtr<IShellExtInit> m_init;
+    SelectedItems m_items;
+    std::vector<std::wstring> m_paths;
 };
 
 TEST_F(InitializeTest, RecordsTenThousandItemsInDropListOrderAndGivesTheMediumBack)
@@ -97,15 +91,13 @@ TEST_F(InitializeTest, RecordsTenThousandItemsInDropListOrderAndGivesTheMediumBa
         paths.push_back(Path(L"item-" + std::to_wstring((i * 7919) % 10000) + L".dat"));
     const auto data = test::DropDataObject::Create(test::WideDropFiles(paths));
 
-    // Neither the folder nor the key is looked at.
-    ASSERT_EQ(m_init->Initialize(reinterpret_cast<PCIDLIST_ABSOLUTE>(1), data.Get(), reinterpret_cast<HKEY>(1)),
-              S_OK);
+    ASSERT_EQ(Initialize(data.Get()), S_OK);
 
     const Records records = Selection();
     ASSERT_EQ(records.size(), paths.size());
     for (size_t i = 0; i < paths.size(); ++i)
         ASSERT_EQ(records[i], std::make_pair(paths[i], 1)) << "index " << i; // none exists: folder section
-    EXPECT_EQ(g_selectedPaths, paths);
+    EXPECT_EQ(m_paths, paths);
     EXPECT_EQ(data->References(), 1u) << "medium not released";
     EXPECT_EQ(GlobalFlags(data->Block()) & GMEM_LOCKCOUNT, 0u) << "drop list left locked";
 }
@@ -151,7 +143,7 @@ TEST_F(InitializeTest, ShortcutGoesOverAsItselfAndItsTargetLeadsInThePathList)
     ASSERT_EQ(Select({shortcut, gone, fake}), S_OK);
 
     EXPECT_EQ(Selection(), (Records{{shortcut, 0}, {gone, 0}, {fake, 0}}));
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{target, shortcut, gone, fake}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{target, shortcut, gone, fake}));
 }
 
 TEST_F(InitializeTest, ExtensionIsTakenAfterTheLastDotOfTheWholePath)
@@ -167,7 +159,7 @@ TEST_F(InitializeTest, ExtensionIsTakenAfterTheLastDotOfTheWholePath)
 
     ASSERT_EQ(Select({readme, disguised, named}), S_OK);
 
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{readme, disguised, target, named}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{readme, disguised, target, named}));
 }
 
 TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
@@ -188,7 +180,7 @@ TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
     ASSERT_EQ(records.size(), 2u);
     EXPECT_EQ(records[0].first, longPath);
     EXPECT_EQ(records[1].first, tooLong.substr(0, 1023));
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{longPath.substr(0, 259), tooLong.substr(0, 259)}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{longPath.substr(0, 259), tooLong.substr(0, 259)}));
 }
 
 TEST_F(InitializeTest, WithoutADropListThePreviousSelectionStays)
@@ -200,7 +192,7 @@ TEST_F(InitializeTest, WithoutADropListThePreviousSelectionStays)
     EXPECT_EQ(Initialize(nullptr), E_FAIL);
 
     EXPECT_EQ(Selection(), (Records{{file, 0}}));
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{file}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{file}));
 }
 
 TEST_F(InitializeTest, DropListThatCannotBeLockedEmptiesTheSelectionOnly)
@@ -212,7 +204,7 @@ TEST_F(InitializeTest, DropListThatCannotBeLockedEmptiesTheSelectionOnly)
     EXPECT_EQ(Initialize(data.Get()), E_FAIL);
 
     EXPECT_TRUE(Selection().empty());
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{file}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{file}));
     EXPECT_EQ(data->References(), 1u) << "medium not released";
 }
 
@@ -243,7 +235,7 @@ TEST_F(InitializeTest, OneUnreadableNameDiscardsTheWholeSelection)
     EXPECT_EQ(Initialize(test::DropDataObject::Create(list).Get()), S_OK);
 
     EXPECT_TRUE(Selection().empty());
-    EXPECT_EQ(g_selectedPaths, (std::vector<std::wstring>{a, b}));
+    EXPECT_EQ(m_paths, (std::vector<std::wstring>{a, b}));
 }
 
 // Blocks that DragQueryFileW itself would read past: nothing is selected, nothing faults.
@@ -308,7 +300,7 @@ TEST_F(InitializeTest, TakesTheShellsOwnDataObjectForRealFiles)
     ASSERT_EQ(Initialize(data.Get()), S_OK);
 
     EXPECT_EQ(Selection(), (Records{{paths[0], 0}, {paths[1], 1}, {paths[2], 0}}));
-    EXPECT_EQ(g_selectedPaths, paths);
+    EXPECT_EQ(m_paths, paths);
 }
 
 } // namespace

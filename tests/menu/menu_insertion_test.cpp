@@ -4,31 +4,28 @@
 
 #include "menu/menu_insertion.h"
 #include "menu_test_support.h"
-#include "support/handler_access.h"
 
 namespace quillet {
 namespace {
 
 constexpr UINT kIdCmdFirst = 0x7000;
-constexpr UINT kIdCmdLast = 0x7FFF;
 
 class QueryContextMenuTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        g_lastQueriedMenu = nullptr; // another test's menu handle may come back
-        handler = test::MakeHandler();
-        ASSERT_TRUE(handler);
-    }
-
+    void SetUp() override { lstrcpyW(presentation.m_menuCaption, L"Send with Pelloc"); }
     HRESULT Query(const test::TestMenu& menu, UINT flags = CMF_NORMAL, UINT index = 1)
     {
-        return handler->QueryContextMenu(menu.get(), index, kIdCmdFirst, kIdCmdLast, flags);
+        return Query(presentation, menu.get(), flags, index);
     }
-    CSDKelMN& object() { return test::HandlerOf(handler.Get()); }
+    HRESULT Query(MenuPresentation& of, HMENU menu, UINT flags = CMF_NORMAL, UINT index = 1, UINT first = kIdCmdFirst)
+    {
+        return InsertMenuCommand(of, test::TestResources(), lastQueried, menu, index, first, flags);
+    }
 
+    test::HandlerServices services;
     test::MenuOptionValue option;
-    Microsoft::WRL::ComPtr<IContextMenu3> handler;
+    MenuPresentation presentation;
+    HMENU lastQueried = nullptr;
 };
 
 std::wstring ItemText(HMENU menu, UINT index)
@@ -50,16 +47,16 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPosition)
 {
     test::FakeSender sender;
     test::TestMenu menu;
-    HandlerInspector::MenuItemStateOf(object()) = 7;
+    presentation.m_menuItemState = 7;
     ASSERT_EQ(Query(menu), 1); // one identifier used
 
     ASSERT_EQ(menu.count(), 4);
     EXPECT_EQ(GetMenuItemID(menu.get(), 0), 1u);
     EXPECT_EQ(GetMenuItemID(menu.get(), 1), kIdCmdFirst);
     EXPECT_EQ(GetMenuItemID(menu.get(), 2), 2u);
-    EXPECT_EQ(HandlerInspector::IdCmdFirstOf(object()), kIdCmdFirst);
-    EXPECT_EQ(HandlerInspector::MenuItemStateOf(object()), 0);
-    EXPECT_EQ(g_lastQueriedMenu, menu.get());
+    EXPECT_EQ(presentation.m_idCmdFirst, kIdCmdFirst);
+    EXPECT_EQ(presentation.m_menuItemState, 0);
+    EXPECT_EQ(lastQueried, menu.get());
 
     MENUITEMINFOW info = {};
     info.cbSize = sizeof(info);
@@ -67,17 +64,16 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPosition)
     ASSERT_TRUE(GetMenuItemInfoW(menu.get(), 1, TRUE, &info));
     EXPECT_EQ(info.hbmpChecked, nullptr);
     if (test::RunsAsOlderWindows()) {
-        EXPECT_EQ(info.hbmpUnchecked, HandlerInspector::MenuCheckOf(object()));
+        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuCheck.get());
         EXPECT_EQ(BitmapSize(info.hbmpUnchecked).cx, 13);
-        EXPECT_EQ(HandlerInspector::MenuIconOf(object()), nullptr);
+        EXPECT_FALSE(presentation.m_hbmpMenuIcon);
     } else {
-        EXPECT_EQ(info.hbmpUnchecked, HandlerInspector::MenuIconOf(object()));
+        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuIcon.get());
         EXPECT_NE(info.hbmpUnchecked, nullptr);
-        EXPECT_EQ(HandlerInspector::MenuCheckOf(object()), nullptr);
+        EXPECT_FALSE(presentation.m_hbmpMenuCheck);
     }
     EXPECT_EQ(info.fType & MFT_OWNERDRAW, 0u);
-    EXPECT_EQ(ItemText(menu.get(), 1), HandlerInspector::CaptionOf(object()));
-    EXPECT_EQ(ItemText(menu.get(), 1), L"Transferred with Pelloc");
+    EXPECT_EQ(ItemText(menu.get(), 1), presentation.m_menuCaption);
 }
 
 TEST_F(QueryContextMenuTest, RenameMenuOfOlderSystemsGetsAnOwnerDrawnItem)
@@ -96,11 +92,11 @@ TEST_F(QueryContextMenuTest, RenameMenuOfOlderSystemsGetsAnOwnerDrawnItem)
         EXPECT_NE(info.fType & MFT_OWNERDRAW, 0u);
         EXPECT_EQ(info.hbmpUnchecked, nullptr);
         EXPECT_EQ(info.dwItemData, 0u);
-        EXPECT_NE(HandlerInspector::MenuFontOf(object()), nullptr);
+        EXPECT_TRUE(presentation.m_hMenuFont);
     } else { // Vista and later ignore the flag
         EXPECT_EQ(info.fType & MFT_OWNERDRAW, 0u);
-        EXPECT_EQ(info.hbmpUnchecked, HandlerInspector::MenuIconOf(object()));
-        EXPECT_EQ(ItemText(menu.get(), 0), HandlerInspector::CaptionOf(object()));
+        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuIcon.get());
+        EXPECT_EQ(ItemText(menu.get(), 0), presentation.m_menuCaption);
     }
 }
 
@@ -111,17 +107,16 @@ TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButPreparesTheItem)
         test::TestMenu menu;
         EXPECT_EQ(Query(menu, flags), S_OK);
         EXPECT_EQ(menu.count(), 3);
-        EXPECT_EQ(g_lastQueriedMenu, menu.get()); // remembered all the same
+        EXPECT_EQ(lastQueried, menu.get()); // remembered all the same
     }
-    CSDKelMN& h = object();
     if (test::RunsAsOlderWindows()) {
-        EXPECT_NE(HandlerInspector::MenuCheckOf(h), nullptr);
-        EXPECT_NE(HandlerInspector::MenuFontOf(h), nullptr); // the rename menu refreshed the font
+        EXPECT_TRUE(presentation.m_hbmpMenuCheck);
+        EXPECT_TRUE(presentation.m_hMenuFont); // the rename menu refreshed the font
     } else {
-        EXPECT_NE(HandlerInspector::MenuIconOf(h), nullptr);
-        EXPECT_GT(HandlerInspector::CaptionWidthOf(h), 0);
+        EXPECT_TRUE(presentation.m_hbmpMenuIcon);
+        EXPECT_GT(presentation.m_captionWidth, 0);
     }
-    EXPECT_EQ(HandlerInspector::IdCmdFirstOf(h), 0u);
+    EXPECT_EQ(presentation.m_idCmdFirst, 0u);
 }
 
 TEST_F(QueryContextMenuTest, VerbsOnlyIsRefusedBeforeAnythingElse)
@@ -131,9 +126,9 @@ TEST_F(QueryContextMenuTest, VerbsOnlyIsRefusedBeforeAnythingElse)
     EXPECT_EQ(Query(menu, CMF_VERBSONLY), E_FAIL);
     EXPECT_EQ(Query(menu, CMF_VERBSONLY | CMF_EXPLORE), E_FAIL);
     EXPECT_EQ(menu.count(), 3);
-    EXPECT_EQ(g_lastQueriedMenu, nullptr);
-    EXPECT_EQ(HandlerInspector::MenuIconOf(object()), nullptr);
-    EXPECT_EQ(HandlerInspector::MenuCheckOf(object()), nullptr);
+    EXPECT_EQ(lastQueried, nullptr);
+    EXPECT_FALSE(presentation.m_hbmpMenuIcon);
+    EXPECT_FALSE(presentation.m_hbmpMenuCheck);
     EXPECT_EQ(Query(menu), 1); // the same menu may still be filled
 }
 
@@ -144,7 +139,7 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroHidesTheCommand)
     option.value.SetDword(0);
     EXPECT_EQ(Query(menu), E_FAIL);
     EXPECT_EQ(menu.count(), 3);
-    EXPECT_EQ(g_lastQueriedMenu, nullptr);
+    EXPECT_EQ(lastQueried, nullptr);
 
     option.value.SetDword(2); // read at every call
     EXPECT_EQ(Query(menu), 1);
@@ -175,14 +170,13 @@ TEST_F(QueryContextMenuTest, AMenuIsFilledOnlyOnce)
     test::TestMenu menu;
     ASSERT_EQ(Query(menu), 1);
     EXPECT_EQ(Query(menu), E_FAIL);
-    auto other = test::MakeHandler();
-    ASSERT_TRUE(other);
-    EXPECT_EQ(other->QueryContextMenu(menu.get(), 0, kIdCmdFirst, kIdCmdLast, CMF_NORMAL), E_FAIL);
+    MenuPresentation other;
+    EXPECT_EQ(Query(other, menu.get(), CMF_NORMAL, 0), E_FAIL);
     EXPECT_EQ(menu.count(), 4);
 
     // Another menu in between lets the first one be filled again.
     test::TestMenu second;
-    EXPECT_EQ(other->QueryContextMenu(second.get(), 0, kIdCmdFirst + 10, kIdCmdLast, CMF_NORMAL), 1);
+    EXPECT_EQ(Query(other, second.get(), CMF_NORMAL, 0, kIdCmdFirst + 10), 1);
     EXPECT_EQ(Query(menu), 1);
     EXPECT_EQ(menu.count(), 5);
 }
@@ -197,18 +191,6 @@ TEST_F(QueryContextMenuTest, AMenuSeenWithoutTheSenderIsNotFilledLater)
     test::FakeSender sender;
     EXPECT_EQ(Query(menu), E_FAIL);
     EXPECT_EQ(menu.count(), 3);
-}
-
-TEST_F(QueryContextMenuTest, GetCommandStringAlwaysRefuses)
-{
-    char buffer[64] = "untouched";
-    for (const UINT type : {UINT(GCS_VERBA), UINT(GCS_VERBW), UINT(GCS_HELPTEXTA), UINT(GCS_HELPTEXTW),
-                            UINT(GCS_VALIDATEA), UINT(GCS_VALIDATEW)}) {
-        for (const UINT_PTR command : {UINT_PTR(0), UINT_PTR(1)})
-            EXPECT_EQ(handler->GetCommandString(command, type, nullptr, buffer, 32), E_INVALIDARG) << type;
-    }
-    EXPECT_EQ(handler->GetCommandString(0, GCS_VERBW, nullptr, nullptr, 0), E_INVALIDARG);
-    EXPECT_STREQ(buffer, "untouched");
 }
 
 } // namespace

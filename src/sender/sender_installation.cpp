@@ -1,0 +1,84 @@
+#include "sender/sender_installation.h"
+
+#include <shlwapi.h>
+
+#include <cstring>
+#include <cwchar>
+#include <iterator>
+
+#include "platform/handles.h"
+
+namespace quillet {
+
+std::wstring GetSenderDirectory()
+{
+    wchar_t buffer[MAX_PATH] = {};
+    DWORD type = REG_SZ;
+    DWORD size = sizeof(buffer);
+    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS)
+        return std::wstring();
+
+    // Index of the terminator when the value carries one, else of its last character;
+    // an empty value wraps around and is rejected with the oversized ones.
+    const DWORD last = size / 2 - 1;
+    if (last >= MAX_PATH)
+        return std::wstring();
+    if (buffer[last] == L'\\')
+        return std::wstring(buffer, wcsnlen(buffer, MAX_PATH)); // a full value stored unterminated
+    if (last >= MAX_PATH - 1)
+        return std::wstring();
+    buffer[last] = L'\\';
+    buffer[last + 1] = L'\0';
+    return std::wstring(buffer);
+}
+
+bool IsSenderInstalled()
+{
+    return PathFileExistsW((GetSenderDirectory() + kSenderFileName).c_str()) != FALSE;
+}
+
+std::wstring ReadSenderLanguage()
+{
+    // Plain concatenation: a doubled separator is harmless, and an unknown folder gives "\config.ini".
+    const std::wstring path = GetSenderDirectory() + L"\\config.ini";
+    wchar_t language[1000] = {};
+    GetPrivateProfileStringW(L"UI", L"language", L"", language, static_cast<DWORD>(std::size(language)),
+                             path.c_str());
+    return language;
+}
+
+DWORD ReadMenuOption()
+{
+    // The sender is a 32-bit program: its profile lives in the 32-bit view.
+    UniqueRegKey key;
+    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSenderProfileKey, 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, key.put()) !=
+        ERROR_SUCCESS) {
+        key.release();
+        return 1;
+    }
+    BYTE data[4096] = {};
+    DWORD type = 0;
+    DWORD size = sizeof(data);
+    if (RegQueryValueExW(key.get(), kMenuOptionValue, nullptr, &type, data, &size) != ERROR_SUCCESS ||
+        type != REG_DWORD)
+        return 1;
+    DWORD value = 0;
+    std::memcpy(&value, data, sizeof(value));
+    return value;
+}
+
+std::wstring SenderPathForLaunch()
+{
+    wchar_t path[MAX_PATH] = {};
+    DWORD type = REG_SZ;
+    // One byte short of the buffer, deliberately.
+    DWORD size = sizeof(path) - 1;
+    SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, path, &size);
+    // A value that did not fit may have left the buffer unterminated.
+    path[MAX_PATH - 1] = L'\0';
+    // Without a registered folder this names the bare file; no other place is searched.
+    PathAppendW(path, kSenderFileName);
+    return path;
+}
+
+} // namespace quillet
