@@ -4,11 +4,28 @@
 
 #include "module/module_state.h"
 #include "module/object_map.h"
-#include "module/server_registration.h"
-#include "module/shell_handler_keys.h"
 #include "platform/com_guard.h"
+#include "registration/server_registration.h"
+#include "registration/shell_handler_keys.h"
 
 using namespace quillet;
+
+namespace {
+
+// Every class of the object map from its script, stopping at the first failure, then the type
+// library they share.
+HRESULT UpdateServerEntries(RegistrarMode mode)
+{
+    const HINSTANCE module = ModuleInstance();
+    for (const ObjectMapEntry* entry = ObjectMapBegin(); entry != ObjectMapEnd(); ++entry) {
+        const HRESULT hr = UpdateClassEntries(module, entry->registrationScriptId, mode);
+        if (FAILED(hr))
+            return hr;
+    }
+    return UpdateTypeLibrary(module, mode);
+}
+
+} // namespace
 
 STDAPI DllCanUnloadNow()
 {
@@ -25,7 +42,7 @@ STDAPI DllRegisterServer()
     return GuardedCall([] {
         // Written before, and independently of, the class they point to.
         WriteShellHandlerKeys();
-        return RegisterServerEntries();
+        return UpdateServerEntries(RegistrarMode::Register);
     });
 }
 
@@ -33,6 +50,6 @@ STDAPI DllUnregisterServer()
 {
     return GuardedCall([] {
         DeleteShellHandlerKeys();
-        return UnregisterServerEntries();
+        return UpdateServerEntries(RegistrarMode::Unregister);
     });
 }

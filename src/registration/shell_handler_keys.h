@@ -3,7 +3,8 @@
 
 namespace quillet {
 
-// Results are ignored on purpose: a key that cannot be written does not stop the others.
+// Results are ignored on purpose: a key that cannot be written or deleted does not stop the
+// others, and does not change what registration returns.
 void WriteShellHandlerKeys();
 void DeleteShellHandlerKeys();
 
