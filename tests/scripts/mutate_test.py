@@ -11,8 +11,8 @@ import unittest
 HERE = os.path.dirname(os.path.abspath(__file__))
 SCRIPT = os.path.join(HERE, "..", "..", "scripts", "mutate")
 loader = importlib.machinery.SourceFileLoader("mutate", SCRIPT)
-spec = importlib.util.spec_from_loader("mutate", loader)
-mutate = importlib.util.module_from_spec(spec)
+module_description = importlib.util.spec_from_loader("mutate", loader)
+mutate = importlib.util.module_from_spec(module_description)
 loader.exec_module(mutate)
 
 
