@@ -207,6 +207,7 @@ TEST_F(SenderLaunchTest, CommandLineTooLongIsCutTo519Characters)
     const std::wstring base = m_temp.Path().substr(0, m_temp.Path().rfind(L'\\')) + L"\\quillet-long-" +
                               std::to_wstring(GetCurrentProcessId());
     ASSERT_EQ(base.find(L' '), std::wstring::npos);
+    test::RemoveTree(base); // left by a run that was killed, under a process number used again
     ASSERT_TRUE(CreateDirectoryW(base.c_str(), nullptr));
     const struct RemoveAtEnd {
         std::wstring folder;
