@@ -80,9 +80,11 @@ TEST_F(QueryContextMenuTest, RenameMenuOfOlderSystemsGetsAnOwnerDrawnItem)
 {
     test::FakeSender sender;
     test::TestMenu menu;
+    presentation.m_menuItemState = 7; // every form of the item resets it
     ASSERT_EQ(Query(menu, CMF_CANRENAME, 0), 1);
     ASSERT_EQ(menu.count(), 4);
     EXPECT_EQ(GetMenuItemID(menu.get(), 0), kIdCmdFirst);
+    EXPECT_EQ(presentation.m_menuItemState, 0);
 
     MENUITEMINFOW info = {};
     info.cbSize = sizeof(info);
