@@ -30,12 +30,5 @@ TEST(DisplayScale, WithoutMeasuringItIsAlwaysUnscaled)
     EXPECT_FALSE(scale.scaled);
 }
 
-TEST(MenuCheckMetrics, AddFixedMarginsToTheSystemCheckMark)
-{
-    EXPECT_EQ(MenuCheckWidth(), static_cast<UINT>(GetSystemMetrics(SM_CXMENUCHECK)) + 6);
-    EXPECT_EQ(MenuCheckHeight(), static_cast<UINT>(GetSystemMetrics(SM_CYMENUCHECK)) + 5);
-    EXPECT_GT(GetSystemMetrics(SM_CXMENUCHECK), 0);
-}
-
 } // namespace
 } // namespace quillet
