@@ -9,164 +9,90 @@
 namespace quillet {
 namespace {
 
-struct BitmapFacts {
-    LONG width = 0;
-    LONG height = 0;
-    WORD bitsPerPixel = 0;
-    bool someTransparent = false; // alpha 0 somewhere
-    bool someOpaque = false;      // alpha 255 somewhere
-    bool premultiplied = true;    // no colour byte above its alpha
-};
-
-BitmapFacts Inspect(HBITMAP bitmap)
-{
-    BitmapFacts facts;
-    DIBSECTION dib = {};
-    if (!bitmap || GetObjectW(bitmap, sizeof(dib), &dib) != sizeof(dib))
-        return facts;
-    facts.width = dib.dsBm.bmWidth;
-    facts.height = dib.dsBm.bmHeight;
-    facts.bitsPerPixel = dib.dsBm.bmBitsPixel;
-    if (facts.bitsPerPixel != 32 || !dib.dsBm.bmBits)
-        return facts;
-    const auto* pixels = static_cast<const BYTE*>(dib.dsBm.bmBits);
-    for (LONG i = 0; i < facts.width * facts.height; ++i) {
-        const BYTE* p = pixels + 4 * i;
-        facts.someTransparent |= p[3] == 0;
-        facts.someOpaque |= p[3] == 255;
-        facts.premultiplied &= p[0] <= p[3] && p[1] <= p[3] && p[2] <= p[3];
-    }
-    return facts;
-}
-
-// The icon's side in pixels for the display the run asked for; XP never takes the PNG.
+// The icon's side for the display the run asked for: the PNG's size on a scaled display after
+// Windows XP, else the 16 x 16 bitmap's.
 LONG ExpectedIconSide()
 {
-    const int dpi = test::RequestedDpi();
-    if (test::RequestedWindowsVersion() == "winxp" || dpi == 0 || dpi == 96)
-        return 16;
-    return MulDiv(40, MulDiv(dpi, 100, 96), 250);
+    const struct {
+        int dpi;
+        LONG side;
+    } scaled[] = {{120, 20}, {144, 24}, {240, 40}};
+    for (const auto& s : scaled) {
+        if (s.dpi == test::RequestedDpi() && test::RequestedWindowsVersion() != "winxp")
+            return s.side;
+    }
+    return 16;
+}
+
+UniqueBitmap FreshBitmap(UINT id)
+{
+    return UniqueBitmap(static_cast<HBITMAP>(
+        LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(id), IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION)));
 }
 
 class MenuIcon : public testing::Test {
 protected:
     test::HandlerServices services;
-    MenuPresentation presentation;
 };
 
-void LoadIconInto(MenuPresentation& presentation)
-{
-    LoadMenuIcon(presentation, test::TestResources());
-}
-void LoadCheckInto(MenuPresentation& presentation)
-{
-    LoadMenuCheckBitmap(presentation, test::TestResources());
-}
-
-TEST_F(MenuIcon, SizeFollowsTheDisplayScale)
-{
-    LoadIconInto(presentation);
-    HBITMAP icon = presentation.m_hbmpMenuIcon.get();
-    const BitmapFacts facts = Inspect(icon);
-    EXPECT_EQ(facts.width, ExpectedIconSide());
-    EXPECT_EQ(facts.height, ExpectedIconSide());
-    EXPECT_EQ(facts.bitsPerPixel, 32);
-    EXPECT_TRUE(facts.someTransparent);
-    EXPECT_TRUE(facts.someOpaque);
-    EXPECT_TRUE(facts.premultiplied);
-
-    LoadIconInto(presentation); // loaded once and kept
-    EXPECT_EQ(presentation.m_hbmpMenuIcon.get(), icon);
-}
-
-TEST_F(MenuIcon, PngIsUsedOnlyOnScaledDisplaysAfterXP)
+TEST_F(MenuIcon, PngServesScaledDisplaysAfterXPOnly)
 {
     const HINSTANCE module = GetModuleHandleW(nullptr);
-    UniqueBitmap png = LoadPngMenuIcon(module, IDP_MENU_ICON);
-    const int dpi = test::RequestedDpi();
-    if (test::RequestedWindowsVersion() == "winxp" || dpi == 0 || dpi == 96) {
-        EXPECT_FALSE(png);
-    } else {
-        ASSERT_TRUE(png);
-        EXPECT_EQ(Inspect(png.get()).width, ExpectedIconSide());
-    }
+    EXPECT_EQ(bool(LoadPngMenuIcon(module, IDP_MENU_ICON)), ExpectedIconSide() != 16);
     EXPECT_FALSE(LoadPngMenuIcon(module, 0));
     EXPECT_FALSE(LoadPngMenuIcon(module, IDB_MENU_ICON)); // not a PNG resource
 }
 
-TEST_F(MenuIcon, CheckBitmapIsThirteenPixelsWithAlpha)
+TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
 {
-    LoadCheckInto(presentation);
-    HBITMAP check = presentation.m_hbmpMenuCheck.get();
-    const BitmapFacts facts = Inspect(check);
-    EXPECT_EQ(facts.width, 13);
-    EXPECT_EQ(facts.height, 13);
-    EXPECT_EQ(facts.bitsPerPixel, 32);
-    EXPECT_TRUE(facts.someTransparent);
-    EXPECT_TRUE(facts.premultiplied);
-    LoadCheckInto(presentation);
-    EXPECT_EQ(presentation.m_hbmpMenuCheck.get(), check);
-}
-
-// The pictures as decoded straight from the module, for comparison with the handlers' ones.
-UniqueBitmap FreshIcon()
-{
-    if (UniqueBitmap png = LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON))
-        return png;
-    return UniqueBitmap(static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDB_MENU_ICON),
-                                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION | LR_VGACOLOR)));
-}
-
-UniqueBitmap FreshCheck()
-{
-    return UniqueBitmap(static_cast<HBITMAP>(LoadImageW(GetModuleHandleW(nullptr), MAKEINTRESOURCEW(IDB_MENU_CHECK),
-                                                        IMAGE_BITMAP, 0, 0, LR_CREATEDIBSECTION | LR_VGACOLOR)));
-}
-
-TEST_F(MenuIcon, EveryHandlerOwnsAndFreesPicturesEqualToFreshlyDecodedOnes)
-{
+    UniqueBitmap png = LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON);
     struct Picture {
         const char* name;
-        void (*load)(MenuPresentation&);
+        void (*load)(MenuPresentation&, const MenuResources&);
         UniqueBitmap MenuPresentation::*field;
-        UniqueBitmap (*fresh)();
-    };
-    const Picture pictures[] = {
-        {"icon", &LoadIconInto, &MenuPresentation::m_hbmpMenuIcon, &FreshIcon},
-        {"check mark", &LoadCheckInto, &MenuPresentation::m_hbmpMenuCheck, &FreshCheck},
+        UniqueBitmap fresh;
+        LONG side;
+    } pictures[] = {
+        {"icon", &LoadMenuIcon, &MenuPresentation::m_hbmpMenuIcon, png ? std::move(png) : FreshBitmap(IDB_MENU_ICON),
+         ExpectedIconSide()},
+        {"check mark", &LoadMenuCheckBitmap, &MenuPresentation::m_hbmpMenuCheck, FreshBitmap(IDB_MENU_CHECK), 13},
     };
     for (const Picture& picture : pictures) {
         SCOPED_TRACE(picture.name);
+        const std::vector<DWORD> expected = test::TopDownPixels(picture.fresh.get());
         // Three handlers, so that at least two take their picture from what an earlier one decoded.
         std::optional<MenuPresentation> handlers[3];
         HBITMAP bitmaps[3] = {};
         for (int i = 0; i < 3; ++i) {
-            picture.load(handlers[i].emplace());
+            picture.load(handlers[i].emplace(), test::TestResources());
             bitmaps[i] = ((*handlers[i]).*picture.field).get();
-            ASSERT_NE(bitmaps[i], nullptr);
+            picture.load(*handlers[i], test::TestResources()); // loaded once and kept
+            EXPECT_EQ(((*handlers[i]).*picture.field).get(), bitmaps[i]);
+
+            DIBSECTION dib = {};
+            ASSERT_EQ(GetObjectW(bitmaps[i], sizeof(dib), &dib), int(sizeof(dib))) << "handler " << i;
+            EXPECT_EQ(dib.dsBm.bmWidth, picture.side);
+            EXPECT_EQ(dib.dsBm.bmHeight, picture.side);
+            ASSERT_EQ(dib.dsBm.bmBitsPixel, 32);
+            EXPECT_EQ(test::TopDownPixels(bitmaps[i]), expected) << "handler " << i;
+            // Blended onto any menu: premultiplied, with transparent and opaque pixels.
+            bool transparent = false, opaque = false, premultiplied = true;
+            const auto* p = static_cast<const BYTE*>(dib.dsBm.bmBits);
+            for (LONG n = 0; n < dib.dsBm.bmWidth * dib.dsBm.bmHeight; ++n, p += 4) {
+                transparent |= p[3] == 0;
+                opaque |= p[3] == 255;
+                premultiplied &= p[0] <= p[3] && p[1] <= p[3] && p[2] <= p[3];
+            }
+            EXPECT_TRUE(transparent && opaque && premultiplied) << transparent << opaque << premultiplied;
         }
         EXPECT_NE(bitmaps[0], bitmaps[1]);
         EXPECT_NE(bitmaps[1], bitmaps[2]);
         EXPECT_NE(bitmaps[0], bitmaps[2]);
 
-        UniqueBitmap fresh = picture.fresh();
-        const BitmapFacts expected = Inspect(fresh.get());
-        const std::vector<DWORD> expectedPixels = test::TopDownPixels(fresh.get());
-        ASSERT_FALSE(expectedPixels.empty());
-        for (int i = 0; i < 3; ++i) {
-            const BitmapFacts facts = Inspect(bitmaps[i]); // a 32-bit DIB section, or zeros
-            EXPECT_EQ(facts.width, expected.width);
-            EXPECT_EQ(facts.height, expected.height);
-            EXPECT_EQ(facts.bitsPerPixel, 32);
-            EXPECT_EQ(facts.someTransparent, expected.someTransparent);
-            EXPECT_EQ(facts.someOpaque, expected.someOpaque);
-            EXPECT_EQ(test::TopDownPixels(bitmaps[i]), expectedPixels) << "handler " << i;
-        }
-
         // Each handler frees its own: the first one gone leaves the others' pictures whole.
         handlers[0].reset();
         EXPECT_EQ(GetObjectType(bitmaps[0]), 0u);
-        EXPECT_EQ(test::TopDownPixels(bitmaps[2]), expectedPixels);
+        EXPECT_EQ(test::TopDownPixels(bitmaps[2]), expected);
         handlers[1].reset();
         handlers[2].reset();
         EXPECT_EQ(GetObjectType(bitmaps[1]), 0u);

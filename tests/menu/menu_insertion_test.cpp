@@ -10,10 +10,39 @@ namespace {
 
 constexpr UINT kIdCmdFirst = 0x7000;
 
+// A popup menu holding three ordinary entries with identifiers 1, 2, 3.
+class TestMenu {
+public:
+    TestMenu() : m_menu(CreatePopupMenu())
+    {
+        for (UINT id = 1; id <= 3; ++id)
+            AppendMenuW(m_menu, MF_STRING, id, (L"Item " + std::to_wstring(id)).c_str());
+    }
+    ~TestMenu() { DestroyMenu(m_menu); }
+    TestMenu(const TestMenu&) = delete;
+    TestMenu& operator=(const TestMenu&) = delete;
+    HMENU get() const { return m_menu; }
+    int count() const { return GetMenuItemCount(m_menu); }
+
+private:
+    HMENU m_menu;
+};
+
+// The runs as Windows XP and XP x64 expect the forms of systems before Vista.
+bool RunsAsOlderWindows()
+{
+    const std::string version = test::RequestedWindowsVersion();
+    return version == "winxp" || version == "winxp64";
+}
+
 class QueryContextMenuTest : public testing::Test {
 protected:
-    void SetUp() override { lstrcpyW(presentation.m_menuCaption, L"Send with Pelloc"); }
-    HRESULT Query(const test::TestMenu& menu, UINT flags = CMF_NORMAL, UINT index = 1)
+    void SetUp() override
+    {
+        lstrcpyW(presentation.m_menuCaption, L"Send with Pelloc");
+        option.Delete();
+    }
+    HRESULT Query(const TestMenu& menu, UINT flags = CMF_NORMAL, UINT index = 1)
     {
         return Query(presentation, menu.get(), flags, index);
     }
@@ -23,95 +52,100 @@ protected:
     }
 
     test::HandlerServices services;
-    test::MenuOptionValue option;
+    // The sender's setting, absent unless a test sets it; restored afterwards.
+    test::ScopedRegistryValue option{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
     MenuPresentation presentation;
     HMENU lastQueried = nullptr;
 };
 
-std::wstring ItemText(HMENU menu, UINT index)
-{
-    wchar_t text[256] = {};
-    GetMenuStringW(menu, index, text, 256, MF_BYPOSITION);
-    return text;
-}
-
-SIZE BitmapSize(HBITMAP bitmap)
-{
-    BITMAP info = {};
-    if (!bitmap || !GetObjectW(bitmap, sizeof(info), &info))
-        return {0, 0};
-    return {info.bmWidth, info.bmHeight};
-}
-
-TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPosition)
+TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
 {
     test::FakeSender sender;
-    test::TestMenu menu;
-    presentation.m_menuItemState = 7;
-    ASSERT_EQ(Query(menu), 1); // one identifier used
-
-    ASSERT_EQ(menu.count(), 4);
-    EXPECT_EQ(GetMenuItemID(menu.get(), 0), 1u);
-    EXPECT_EQ(GetMenuItemID(menu.get(), 1), kIdCmdFirst);
-    EXPECT_EQ(GetMenuItemID(menu.get(), 2), 2u);
-    EXPECT_EQ(presentation.m_idCmdFirst, kIdCmdFirst);
-    EXPECT_EQ(presentation.m_menuItemState, 0);
-    EXPECT_EQ(lastQueried, menu.get());
-
-    MENUITEMINFOW info = {};
-    info.cbSize = sizeof(info);
-    info.fMask = MIIM_CHECKMARKS | MIIM_FTYPE;
-    ASSERT_TRUE(GetMenuItemInfoW(menu.get(), 1, TRUE, &info));
-    EXPECT_EQ(info.hbmpChecked, nullptr);
-    if (test::RunsAsOlderWindows()) {
-        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuCheck.get());
-        EXPECT_EQ(BitmapSize(info.hbmpUnchecked).cx, 13);
-        EXPECT_FALSE(presentation.m_hbmpMenuIcon);
-    } else {
-        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuIcon.get());
-        EXPECT_NE(info.hbmpUnchecked, nullptr);
-        EXPECT_FALSE(presentation.m_hbmpMenuCheck);
-    }
-    EXPECT_EQ(info.fType & MFT_OWNERDRAW, 0u);
-    EXPECT_EQ(ItemText(menu.get(), 1), presentation.m_menuCaption);
-}
-
-TEST_F(QueryContextMenuTest, RenameMenuOfOlderSystemsGetsAnOwnerDrawnItem)
-{
-    test::FakeSender sender;
-    test::TestMenu menu;
-    presentation.m_menuItemState = 7; // every form of the item resets it
-    ASSERT_EQ(Query(menu, CMF_CANRENAME, 0), 1);
-    ASSERT_EQ(menu.count(), 4);
-    EXPECT_EQ(GetMenuItemID(menu.get(), 0), kIdCmdFirst);
-    EXPECT_EQ(presentation.m_menuItemState, 0);
-
-    MENUITEMINFOW info = {};
-    info.cbSize = sizeof(info);
-    info.fMask = MIIM_FTYPE | MIIM_CHECKMARKS | MIIM_DATA;
-    ASSERT_TRUE(GetMenuItemInfoW(menu.get(), 0, TRUE, &info));
-    if (test::RunsAsOlderWindows()) {
-        EXPECT_NE(info.fType & MFT_OWNERDRAW, 0u);
-        EXPECT_EQ(info.hbmpUnchecked, nullptr);
-        EXPECT_EQ(info.dwItemData, 0u);
-        EXPECT_TRUE(presentation.m_hMenuFont);
-    } else { // Vista and later ignore the flag
-        EXPECT_EQ(info.fType & MFT_OWNERDRAW, 0u);
-        EXPECT_EQ(info.hbmpUnchecked, presentation.m_hbmpMenuIcon.get());
-        EXPECT_EQ(ItemText(menu.get(), 0), presentation.m_menuCaption);
-    }
-}
-
-TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButPreparesTheItem)
-{
-    test::FakeSender sender(false);
     for (const UINT flags : {UINT(CMF_NORMAL), UINT(CMF_CANRENAME)}) {
-        test::TestMenu menu;
-        EXPECT_EQ(Query(menu, flags), S_OK);
-        EXPECT_EQ(menu.count(), 3);
-        EXPECT_EQ(lastQueried, menu.get()); // remembered all the same
+        SCOPED_TRACE(testing::Message() << "flags " << flags);
+        TestMenu menu;
+        MenuPresentation item;
+        lstrcpyW(item.m_menuCaption, L"Send with Pelloc");
+        item.m_menuItemState = 7; // every form of the item resets it
+        lastQueried = nullptr;
+        ASSERT_EQ(Query(item, menu.get(), flags), 1); // one identifier used
+
+        ASSERT_EQ(menu.count(), 4);
+        EXPECT_EQ(GetMenuItemID(menu.get(), 0), 1u);
+        EXPECT_EQ(GetMenuItemID(menu.get(), 1), kIdCmdFirst);
+        EXPECT_EQ(GetMenuItemID(menu.get(), 2), 2u);
+        EXPECT_EQ(item.m_idCmdFirst, kIdCmdFirst);
+        EXPECT_EQ(item.m_menuItemState, 0);
+        EXPECT_EQ(lastQueried, menu.get());
+
+        MENUITEMINFOW info = {};
+        info.cbSize = sizeof(info);
+        info.fMask = MIIM_CHECKMARKS | MIIM_FTYPE | MIIM_DATA;
+        ASSERT_TRUE(GetMenuItemInfoW(menu.get(), 1, TRUE, &info));
+        EXPECT_EQ(info.hbmpChecked, nullptr);
+        if (RunsAsOlderWindows() && flags == CMF_CANRENAME) { // Vista and later ignore the flag
+            EXPECT_NE(info.fType & MFT_OWNERDRAW, 0u);
+            EXPECT_EQ(info.hbmpUnchecked, nullptr);
+            EXPECT_EQ(info.dwItemData, 0u);
+            EXPECT_TRUE(item.m_hMenuFont);
+            continue;
+        }
+        EXPECT_EQ(info.fType & MFT_OWNERDRAW, 0u);
+        wchar_t text[64] = {};
+        GetMenuStringW(menu.get(), 1, text, 64, MF_BYPOSITION);
+        EXPECT_STREQ(text, L"Send with Pelloc");
+        // The check-mark picture before Vista, the icon after.
+        EXPECT_EQ(info.hbmpUnchecked, (RunsAsOlderWindows() ? item.m_hbmpMenuCheck : item.m_hbmpMenuIcon).get());
+        EXPECT_FALSE((RunsAsOlderWindows() ? item.m_hbmpMenuIcon : item.m_hbmpMenuCheck));
+        EXPECT_NE(info.hbmpUnchecked, nullptr);
     }
-    if (test::RunsAsOlderWindows()) {
+}
+
+TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
+{
+    test::FakeSender sender;
+    test::ScopedRegistryValue nativeView(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_64KEY);
+    const DWORD zero = 0, two = 2;
+    const struct {
+        const char* what;
+        DWORD type;
+        const void* data; // nothing: no value
+        DWORD bytes;
+        bool nativeViewOnly;
+        bool shown;
+    } cases[] = {
+        {"missing", REG_NONE, nullptr, 0, false, true},
+        {"0", REG_DWORD, &zero, 4, false, false},
+        {"2", REG_DWORD, &two, 4, false, true},
+        {"the string \"0\"", REG_SZ, L"0", 4, false, true},
+        {"two zero bytes", REG_BINARY, &zero, 2, false, true},
+        {"0 in the 64-bit view only", REG_DWORD, &zero, 4, true, true},
+    };
+    // One menu after the other: the setting is read at every call.
+    for (const auto& c : cases) {
+        option.Delete();
+        nativeView.Delete();
+        if (c.data)
+            (c.nativeViewOnly ? nativeView : option).SetRaw(c.type, c.data, c.bytes);
+        TestMenu menu;
+        lastQueried = nullptr;
+        EXPECT_EQ(Query(menu), c.shown ? 1 : E_FAIL) << c.what;
+        EXPECT_EQ(menu.count(), c.shown ? 4 : 3) << c.what;
+        EXPECT_EQ(lastQueried, c.shown ? menu.get() : nullptr) << c.what; // a hidden command claims no menu
+    }
+}
+
+TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButTheMenuCountsAsFilled)
+{
+    TestMenu menus[2];
+    {
+        test::FakeSender missing(false);
+        EXPECT_EQ(Query(menus[0], CMF_NORMAL), S_OK);
+        EXPECT_EQ(Query(menus[1], CMF_CANRENAME), S_OK);
+        EXPECT_EQ(lastQueried, menus[1].get());
+    }
+    // The item is prepared all the same.
+    if (RunsAsOlderWindows()) {
         EXPECT_TRUE(presentation.m_hbmpMenuCheck);
         EXPECT_TRUE(presentation.m_hMenuFont); // the rename menu refreshed the font
     } else {
@@ -119,80 +153,38 @@ TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButPreparesTheItem)
         EXPECT_GT(presentation.m_captionWidth, 0);
     }
     EXPECT_EQ(presentation.m_idCmdFirst, 0u);
+    test::FakeSender sender;
+    EXPECT_EQ(Query(menus[1]), E_FAIL);
+    EXPECT_EQ(menus[0].count(), 3);
+    EXPECT_EQ(menus[1].count(), 3);
 }
 
 TEST_F(QueryContextMenuTest, VerbsOnlyIsRefusedBeforeAnythingElse)
 {
     test::FakeSender sender;
-    test::TestMenu menu;
+    TestMenu menu;
     EXPECT_EQ(Query(menu, CMF_VERBSONLY), E_FAIL);
     EXPECT_EQ(Query(menu, CMF_VERBSONLY | CMF_EXPLORE), E_FAIL);
     EXPECT_EQ(menu.count(), 3);
     EXPECT_EQ(lastQueried, nullptr);
-    EXPECT_FALSE(presentation.m_hbmpMenuIcon);
-    EXPECT_FALSE(presentation.m_hbmpMenuCheck);
+    EXPECT_FALSE(presentation.m_hbmpMenuIcon || presentation.m_hbmpMenuCheck);
     EXPECT_EQ(Query(menu), 1); // the same menu may still be filled
 }
 
-TEST_F(QueryContextMenuTest, MenuOptionZeroHidesTheCommand)
+TEST_F(QueryContextMenuTest, AMenuIsFilledOnlyOnceInARow)
 {
     test::FakeSender sender;
-    test::TestMenu menu;
-    option.value.SetDword(0);
-    EXPECT_EQ(Query(menu), E_FAIL);
-    EXPECT_EQ(menu.count(), 3);
-    EXPECT_EQ(lastQueried, nullptr);
-
-    option.value.SetDword(2); // read at every call
-    EXPECT_EQ(Query(menu), 1);
-}
-
-TEST_F(QueryContextMenuTest, MenuOptionOtherThanADwordZeroShowsTheCommand)
-{
-    test::FakeSender sender;
-    test::MenuOptionValue nativeView(KEY_WOW64_64KEY);
-    const auto shown = [&](const char* what) {
-        test::TestMenu menu;
-        EXPECT_EQ(Query(menu), 1) << what;
-    };
-    shown("missing");
-    option.value.SetString(L"0");
-    shown("the string \"0\"");
-    const BYTE shortZero[2] = {};
-    option.value.SetRaw(REG_BINARY, shortZero, sizeof(shortZero));
-    shown("binary zero");
-    option.value.Delete();
-    nativeView.value.SetDword(0);
-    shown("0 in the 64-bit view only");
-}
-
-TEST_F(QueryContextMenuTest, AMenuIsFilledOnlyOnce)
-{
-    test::FakeSender sender;
-    test::TestMenu menu;
+    TestMenu menu;
     ASSERT_EQ(Query(menu), 1);
     EXPECT_EQ(Query(menu), E_FAIL);
-    MenuPresentation other;
+    MenuPresentation other; // the last menu is shared by all handlers
     EXPECT_EQ(Query(other, menu.get(), CMF_NORMAL, 0), E_FAIL);
     EXPECT_EQ(menu.count(), 4);
 
-    // Another menu in between lets the first one be filled again.
-    test::TestMenu second;
+    TestMenu second;
     EXPECT_EQ(Query(other, second.get(), CMF_NORMAL, 0, kIdCmdFirst + 10), 1);
     EXPECT_EQ(Query(menu), 1);
     EXPECT_EQ(menu.count(), 5);
-}
-
-TEST_F(QueryContextMenuTest, AMenuSeenWithoutTheSenderIsNotFilledLater)
-{
-    test::TestMenu menu;
-    {
-        test::FakeSender missing(false);
-        EXPECT_EQ(Query(menu), S_OK);
-    }
-    test::FakeSender sender;
-    EXPECT_EQ(Query(menu), E_FAIL);
-    EXPECT_EQ(menu.count(), 3);
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// Shared set-up of the menu tests: a fake sender installation, the profile setting, menus,
-// and what a handler provides to the menu routines.
+// Shared set-up of the menu tests: a fake sender installation and what a handler provides to
+// the menu routines.
 #pragma once
 #include <windows.h>
 
@@ -66,34 +66,6 @@ private:
     ScopedRegistryValue m_path;
 };
 
-// "MenuOption" in one registry view, absent until a test sets it, restored afterwards.
-struct MenuOptionValue {
-    explicit MenuOptionValue(REGSAM view = KEY_WOW64_32KEY)
-        : value(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, view)
-    {
-        value.Delete();
-    }
-    ScopedRegistryValue value;
-};
-
-// A popup menu holding `items` ordinary entries with identifiers 1, 2, 3...
-class TestMenu {
-public:
-    explicit TestMenu(UINT items = 3) : m_menu(CreatePopupMenu())
-    {
-        for (UINT id = 1; id <= items; ++id)
-            AppendMenuW(m_menu, MF_STRING, id, (L"Item " + std::to_wstring(id)).c_str());
-    }
-    ~TestMenu() { DestroyMenu(m_menu); }
-    TestMenu(const TestMenu&) = delete;
-    TestMenu& operator=(const TestMenu&) = delete;
-    HMENU get() const { return m_menu; }
-    int count() const { return GetMenuItemCount(m_menu); }
-
-private:
-    HMENU m_menu;
-};
-
 // Every pixel, top row first, as GDI reads the bitmap back: the same whatever its row order.
 inline std::vector<DWORD> TopDownPixels(HBITMAP bitmap)
 {
@@ -106,13 +78,6 @@ inline std::vector<DWORD> TopDownPixels(HBITMAP bitmap)
     UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
     GetDIBits(dc.get(), bitmap, 0, static_cast<UINT>(facts.bmHeight), pixels.data(), &info, DIB_RGB_COLORS);
     return pixels;
-}
-
-// The runs as Windows XP and XP x64 expect the forms of systems before Vista.
-inline bool RunsAsOlderWindows()
-{
-    const std::string version = RequestedWindowsVersion();
-    return version == "winxp" || version == "winxp64";
 }
 
 } // namespace quillet::test

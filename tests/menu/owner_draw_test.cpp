@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
-#include <utility>
 
 #include "menu/caption_measure.h"
 #include "menu/owner_draw.h"
@@ -35,6 +33,23 @@ int TextWidth(const wchar_t* text)
     return size.cx;
 }
 
+// COLOR_MENUTEXT set for a while; the old colour comes back even when a check fails.
+class ScopedMenuTextColour {
+public:
+    explicit ScopedMenuTextColour(COLORREF colour) : m_old(GetSysColor(COLOR_MENUTEXT)) { Set(colour); }
+    ~ScopedMenuTextColour() { Set(m_old); }
+    ScopedMenuTextColour(const ScopedMenuTextColour&) = delete;
+    ScopedMenuTextColour& operator=(const ScopedMenuTextColour&) = delete;
+
+private:
+    static void Set(COLORREF colour)
+    {
+        const INT element = COLOR_MENUTEXT;
+        SetSysColors(1, &element, &colour);
+    }
+    COLORREF m_old;
+};
+
 class OwnerDraw : public testing::Test {
 protected:
     void SetUp() override
@@ -58,18 +73,14 @@ TEST_F(OwnerDraw, MeasuresCheckMarkSpacePlusCaption)
     // An ampersand is text here, not a mnemonic.
     const wchar_t* caption = L"&Transferred with Pelloc";
     lstrcpyW(h.m_menuCaption, caption);
-    MEASUREITEMSTRUCT item = {ODT_MENU, 0, kItemId, 1, 1, 0};
     LRESULT result = kUntouched;
-    Send(WM_MEASUREITEM, &item, &result);
+    for (LRESULT* out : {&result, static_cast<LRESULT*>(nullptr)}) {
+        MEASUREITEMSTRUCT item = {ODT_MENU, 0, kItemId, 1, 1, 0};
+        Send(WM_MEASUREITEM, &item, out);
+        EXPECT_EQ(item.itemWidth, UINT(checkWidth + TextWidth(caption)));
+        EXPECT_EQ(item.itemHeight, UINT(GetSystemMetrics(SM_CYMENUCHECK) + 5));
+    }
     EXPECT_EQ(result, TRUE);
-    EXPECT_EQ(item.itemWidth, UINT(checkWidth + TextWidth(caption)));
-    EXPECT_EQ(item.itemHeight, UINT(GetSystemMetrics(SM_CYMENUCHECK) + 5));
-    EXPECT_EQ(h.m_captionWidth, TextWidth(caption));
-    EXPECT_TRUE(h.m_hbmpMenuIcon);
-
-    item = {ODT_MENU, 0, kItemId, 1, 1, 0}; // without a result
-    Send(WM_MEASUREITEM, &item, nullptr);
-    EXPECT_EQ(item.itemWidth, UINT(checkWidth + TextWidth(caption)));
 }
 
 TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
@@ -91,21 +102,31 @@ TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
     EXPECT_EQ(h.m_captionWidth, 0); // nothing was measured
 }
 
+// A selected caption is painted in the complement of the menu text, not in the highlight-text
+// colour: a menu text colour of our own tells the two apart, which Wine's black text does not.
 TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
 {
+    const COLORREF text = RGB(0x30, 0x70, 0x10);
+    const COLORREF complement = RGB(0xCF, 0x8F, 0xEF);
+    ScopedMenuTextColour menuText(text);
+    ASSERT_EQ(GetSysColor(COLOR_MENUTEXT), text);
+    for (const int other : {COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT, COLOR_MENU})
+        ASSERT_NE(GetSysColor(other), complement) << "system colour " << other;
+
     constexpr int kWidth = 360, kHeight = 30;
     constexpr DWORD kUnpainted = 0x00010203;
     const auto asPixel = [](COLORREF c) { return DWORD(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c); };
-    const COLORREF text = GetSysColor(COLOR_MENUTEXT);
-    const COLORREF inverted = RGB(255 - GetRValue(text), 255 - GetGValue(text), 255 - GetBValue(text));
-    struct Case {
+    const struct {
         UINT state;
-        COLORREF background, text;
+        int background;
+        COLORREF text;
         int left;
+    } cases[] = {
+        {0, COLOR_MENU, text, 0},
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 0},
+        {ODS_SELECTED | ODS_FOCUS, COLOR_HIGHLIGHT, complement, 12},
     };
-    for (const Case& c : {Case{0, GetSysColor(COLOR_MENU), text, 0},
-                          Case{ODS_SELECTED, GetSysColor(COLOR_HIGHLIGHT), inverted, 0},
-                          Case{ODS_SELECTED | ODS_FOCUS, GetSysColor(COLOR_HIGHLIGHT), inverted, 12}}) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(testing::Message() << "state " << c.state << ", left " << c.left);
         UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
         BITMAPINFO info = {};
@@ -124,51 +145,23 @@ TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
         EXPECT_EQ(result, TRUE);
         GdiFlush();
 
-        const DWORD background = asPixel(c.background);
+        const DWORD background = asPixel(GetSysColor(c.background));
         EXPECT_EQ(pixels[c.left], background);
         EXPECT_EQ(pixels[kWidth * kHeight - 1], background);
         if (c.left > 0) {
             EXPECT_EQ(pixels[c.left - 1], kUnpainted); // only the item's rectangle
         }
-        int firstInk = -1;
-        bool textColourSeen = false;
+        int firstInk = -1, textPixels = 0;
         for (int x = c.left; x < kWidth; ++x)
             for (int y = 0; y < kHeight; ++y) {
                 const DWORD pixel = pixels[y * kWidth + x] & 0xFFFFFF;
-                textColourSeen |= pixel == asPixel(c.text);
+                textPixels += pixel == asPixel(c.text);
                 if (pixel != background && firstInk < 0)
                     firstInk = x;
             }
         EXPECT_GE(firstInk, c.left + checkWidth); // no picture, no text in the check-mark space
         EXPECT_LE(firstInk, c.left + checkWidth + 3);
-        EXPECT_TRUE(textColourSeen);
-    }
-}
-
-// The caption's width in `font` (or the DC's own font) measured on the screen's DC.
-int ScreenCaptionWidth(const wchar_t* caption, HFONT font)
-{
-    WindowDc screen(nullptr);
-    SelectionScope selected(screen.get(), font);
-    RECT rect = {0, 0, 1000, 1000};
-    DrawTextW(screen.get(), caption, -1, &rect, DT_CALCRECT | DT_SINGLELINE | DT_NOPREFIX);
-    return rect.right;
-}
-
-TEST_F(OwnerDraw, CaptionMeasuresAsOnTheScreenWithAndWithoutTheMenuFont)
-{
-    for (const wchar_t* caption : {L"Transferred with Pelloc", L"以Pelloc 传输", L"&Mit Pelloc übertragen"}) {
-        SCOPED_TRACE(testing::Message() << "caption " << testing::PrintToString(std::wstring(caption)));
-        lstrcpyW(h.m_menuCaption, caption);
-        MeasureCaption(h);
-        EXPECT_GT(h.m_captionWidth, 0);
-        EXPECT_EQ(h.m_captionWidth, ScreenCaptionWidth(caption, h.m_hMenuFont.get()));
-
-        // Newer systems never make the menu font: the caption is measured in the DC's own.
-        UniqueFont menuFont(h.m_hMenuFont.release());
-        MeasureCaption(h);
-        EXPECT_EQ(h.m_captionWidth, ScreenCaptionWidth(caption, nullptr));
-        h.m_hMenuFont = std::move(menuFont);
+        EXPECT_GT(textPixels, 20);
     }
 }
 
