@@ -1,93 +1,125 @@
-// What the hand-off tests share: a private temporary folder, the recording sender, the bytes.
+// What the hand-off tests share: private folders, the recording sender and what it records.
 #pragma once
 #include <windows.h>
+#include <shellapi.h>
 
 #include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "common/registry.h"
+#include "sender/sender_installation.h"
+#include "support/environment.h"
 
 namespace quillet::test {
 
-// Sets an environment variable of this process (and so of what it starts) for a scope.
-class ScopedEnvironmentVariable {
+// An environment variable of this process, and so of what it starts, for a scope.
+class ScopedVariable {
 public:
-    ScopedEnvironmentVariable(std::wstring name, const std::wstring& value);
-    ~ScopedEnvironmentVariable();
-    ScopedEnvironmentVariable(const ScopedEnvironmentVariable&) = delete;
-    ScopedEnvironmentVariable& operator=(const ScopedEnvironmentVariable&) = delete;
+    ScopedVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
+    {
+        m_old.resize(GetEnvironmentVariableW(name, nullptr, 0));
+        m_had = !m_old.empty() && GetEnvironmentVariableW(name, m_old.data(), static_cast<DWORD>(m_old.size())) > 0;
+        SetEnvironmentVariableW(name, value.c_str());
+    }
+    ~ScopedVariable() { SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr); }
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
 
 private:
-    std::wstring m_name;
-    std::optional<std::wstring> m_old;
+    const wchar_t* m_name;
+    std::wstring m_old;
+    bool m_had = false;
 };
 
-// A fresh folder that TMP and TEMP name while the object lives, so list files land in it.
-class ScopedTempFolder {
-public:
-    // The folder is made under the current temporary folder, named after hint.
-    explicit ScopedTempFolder(const std::wstring& hint);
-    ~ScopedTempFolder();
-    ScopedTempFolder(const ScopedTempFolder&) = delete;
-    ScopedTempFolder& operator=(const ScopedTempFolder&) = delete;
-
-    const std::wstring& Path() const { return m_folder; }
-    // Full names of the transfer lists ("~ft*.tmp") in the folder.
-    std::vector<std::wstring> ListFiles() const;
-
-private:
-    std::wstring m_folder;
-    std::optional<ScopedEnvironmentVariable> m_tmp;
-    std::optional<ScopedEnvironmentVariable> m_temp;
+// A fresh folder under the temporary folder, removed with its contents at the end.
+struct TempFolder {
+    explicit TempFolder(const std::wstring& hint) : path(MakeTempFolder(hint)) {}
+    ~TempFolder() { RemoveTree(path); }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::wstring path;
 };
 
-// The recording sender copied in as folder\Pelloc.exe and registered under App Paths; it
-// writes its record into recordFolder.
-class InstalledSender {
-public:
-    // Both folders made here: parent\"send er" (a space, as under Program Files) and parent\records.
-    explicit InstalledSender(const std::wstring& parent);
-    // Both folders made by the caller.
-    InstalledSender(const std::wstring& folder, const std::wstring& recordFolder);
-    const std::wstring& Path() const { return m_path; }
-    const std::wstring& Folder() const { return m_folder; }
-    const std::wstring& Records() const { return m_records; }
-    bool Installed() const { return m_installed; }
-
-private:
-    std::wstring m_folder;
-    std::wstring m_records;
-    std::wstring m_path;
-    bool m_installed = false;
-    ScopedRegistryValue m_registration;
-    ScopedEnvironmentVariable m_recordFolder;
+// TMP and TEMP pointed at folder, where list files then land.
+struct ScopedTemp {
+    explicit ScopedTemp(const std::wstring& folder) : tmp(L"TMP", folder), temp(L"TEMP", folder) {}
+    ScopedVariable tmp;
+    ScopedVariable temp;
 };
 
-// What the recording sender wrote: its command line, its current folder and the list's bytes.
+// Full names of the list files ("~ft*.tmp") in folder.
+inline std::vector<std::wstring> ListFiles(const std::wstring& folder)
+{
+    std::vector<std::wstring> files;
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW((folder + L"\\~ft*.tmp").c_str(), &found);
+    if (search == INVALID_HANDLE_VALUE)
+        return files;
+    do
+        files.push_back(folder + L"\\" + found.cFileName);
+    while (FindNextFileW(search, &found));
+    FindClose(search);
+    return files;
+}
+
+inline std::string Utf16Bytes(const std::wstring& text)
+{
+    return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
+}
+
+// The recording sender copied in as folder\Pelloc.exe (folder made here) and registered under
+// App Paths; it leaves its record beside itself.
+struct InstalledSender {
+    explicit InstalledSender(const std::wstring& folder) : path(folder + L"\\" + kSenderFileName)
+    {
+        CreateDirectoryW(folder.c_str(), nullptr);
+        installed = CopyFileW((ProgramDirectory() + L"recording-sender.exe").c_str(), path.c_str(), FALSE) != FALSE;
+        registration.SetString(folder);
+    }
+    const std::wstring path;
+    bool installed = false;
+    ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
+};
+
+// What the recording sender wrote: its command line, its current folder, the list's bytes.
 struct SenderRecord {
     std::wstring commandLine;
     std::wstring currentDirectory;
     std::optional<std::string> transferList;
 };
-// Waits (bounded) for a complete record in folder.
-std::optional<SenderRecord> WaitForSenderRecord(const std::wstring& folder, DWORD timeoutMs = 20000);
-// True when a record appeared within timeoutMs.
-bool SenderRecordAppears(const std::wstring& folder, DWORD timeoutMs);
+
+// Waits up to timeoutMs for a complete record in folder and takes it away, so that the next
+// start leaves a new one.
+inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD timeoutMs = 20000)
+{
+    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
+    // record.done is written last, and cannot be deleted while it is being written.
+    while (!DeleteFileW((folder + L"\\record.done").c_str())) {
+        if (GetTickCount64() >= deadline)
+            return std::nullopt;
+        Sleep(20);
+    }
+    const auto text = [&](const wchar_t* name) {
+        const std::string bytes = ReadFileBytes(folder + name);
+        return std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
+    };
+    SenderRecord record{text(L"\\command-line.txt"), text(L"\\current-directory.txt"), std::nullopt};
+    const std::wstring list = folder + L"\\transfer-list.bin";
+    if (GetFileAttributesW(list.c_str()) != INVALID_FILE_ATTRIBUTES)
+        record.transferList = ReadFileBytes(list);
+    DeleteFileW(list.c_str());
+    return record;
+}
 
 // The arguments as the sender's runtime splits them.
-std::vector<std::wstring> SplitCommandLine(const std::wstring& commandLine);
-// The UTF-16LE bytes of text.
-std::string Utf16Bytes(std::wstring_view text);
-
-// No App Paths registration of the sender while the object lives.
-class NoSenderRegistered {
-public:
-    NoSenderRegistered();
-
-private:
-    ScopedRegistryValue m_registration;
-};
+inline std::vector<std::wstring> SplitCommandLine(const std::wstring& commandLine)
+{
+    int count = 0;
+    LPWSTR* list = CommandLineToArgvW(commandLine.c_str(), &count);
+    std::vector<std::wstring> arguments(list, list + (list ? count : 0));
+    LocalFree(list);
+    return arguments;
+}
 
 } // namespace quillet::test

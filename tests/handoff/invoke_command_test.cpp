@@ -1,238 +1,177 @@
-// InvokeCommand's work: whose verb it is, what is written, and how the sender is started.
+// InvokeCommand's work: whose verb it is, the list it leaves, and the sender it starts.
 #include <gtest/gtest.h>
 #include <shlobj.h>
 
-#include <optional>
-
 #include "handoff/invoke_command.h"
 #include "handoff_support.h"
-#include "support/environment.h"
 
 namespace quillet {
 namespace {
+
+constexpr wchar_t kCaption[] = L"Send with Pelloc";
+
+LPCSTR Offset(UINT_PTR offset)
+{
+    return reinterpret_cast<LPCSTR>(offset);
+}
 
 class InvokeCommandTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        ASSERT_FALSE(m_temp.Path().empty());
-        m_file = m_temp.Path() + L"\\file.txt";
-        m_folder = m_temp.Path() + L"\\folder";
-        m_items = {{1, m_folder}, {0, m_file}};
+        ASSERT_FALSE(m_list.path.empty());
+        ASSERT_FALSE(m_plain.path.empty());
+        m_noSender.Delete();
     }
 
-    HRESULT Invoke(const CMINVOKECOMMANDINFO* info) { return RunCommand(info, m_caption, m_recorded, m_items); }
-    std::wstring ExpectedList() const
+    // A folder and a file of m_list selected, the folder first.
+    HRESULT Invoke(const CMINVOKECOMMANDINFO* info, int recorded = 0, const wchar_t* caption = kCaption)
     {
-        return L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n0=" + m_file + L"\r\n\r\n[pathlist]\r\n0=" + m_folder +
-               L"\r\n";
+        m_items = {{1, m_list.path + L"\\folder"}, {0, m_list.path + L"\\file.txt"}};
+        return RunCommand(info, caption, recorded, m_items);
     }
-
-    HRESULT InvokeOffset(UINT offset)
+    HRESULT InvokeOffset0()
     {
         CMINVOKECOMMANDINFO info = {};
         info.cbSize = sizeof(info);
-        info.lpVerb = MAKEINTRESOURCEA(offset);
         return Invoke(&info);
     }
-
-    // Whether a call took the selection and wrote a list, or left both alone.
-    void ExpectAccepted(HRESULT hr, bool accepted, const std::string& what)
+    std::string ExpectedList() const
     {
-        const size_t lists = m_temp.ListFiles().size();
-        if (accepted) {
-            EXPECT_EQ(hr, S_OK) << what;
-            EXPECT_TRUE(m_items.empty()) << what;
-            EXPECT_EQ(lists, m_lists + 1) << what;
-        } else {
-            EXPECT_EQ(hr, E_INVALIDARG) << what;
-            EXPECT_EQ(m_items.size(), 2u) << what;
-            EXPECT_EQ(lists, m_lists) << what;
-        }
-        m_lists = lists;
-        m_items = {{1, m_folder}, {0, m_file}};
+        return test::Utf16Bytes(L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n0=" + m_list.path +
+                                L"\\file.txt\r\n\r\n[pathlist]\r\n0=" + m_list.path + L"\\folder\r\n");
     }
 
-    test::ScopedTempFolder m_temp{L"invoke list"};
-    test::NoSenderRegistered m_noSender;
-    const wchar_t* m_caption = L"Send with Pelloc";
-    int m_recorded = 0;
+    test::TempFolder m_list{L"invoke list"}; // a blank in the list's name
+    test::TempFolder m_plain{L"plain"};      // none: Wine would quote a sender's path with one
+    test::ScopedTemp m_temp{m_list.path};
+    test::ScopedRegistryValue m_noSender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     SelectedItems m_items;
-    std::wstring m_file;
-    std::wstring m_folder;
-    size_t m_lists = 0;
 };
 
-TEST_F(InvokeCommandTest, AcceptsOffsetZeroOrTheRecordedOne)
+// An accepted verb spends the selection and leaves a list of its own, the sender being missing;
+// any other changes nothing.
+TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLetterCase)
 {
-    struct {
-        int recorded;
-        UINT offset;
-        bool accepted;
-    } const cases[] = {{0, 0, true}, {5, 0, true}, {5, 5, true}, {5, 3, false}, {0, 1, false}, {0, 0xFFFF, false}};
-    for (const auto& c : cases) {
-        m_recorded = c.recorded;
-        ExpectAccepted(InvokeOffset(c.offset), c.accepted,
-                       "offset " + std::to_string(c.offset) + " with " + std::to_string(c.recorded) + " recorded");
-    }
-}
-
-TEST_F(InvokeCommandTest, AcceptsTheCaptionInAnyLetterCase)
-{
-    CMINVOKECOMMANDINFO narrow = {};
-    narrow.cbSize = sizeof(narrow);
-    narrow.lpVerb = "SEND WITH pelloc";
-    ExpectAccepted(Invoke(&narrow), true, "narrow caption");
-    narrow.lpVerb = "Send with Pello";
-    ExpectAccepted(Invoke(&narrow), false, "narrow other text");
-
-    // The extended structure's size alone says that lpVerbW is the verb.
-    CMINVOKECOMMANDINFOEX wide = {};
-    wide.cbSize = sizeof(wide);
-    wide.lpVerb = "other";
-    wide.lpVerbW = L"send WITH PELLOC";
-    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), true, "wide caption");
-    wide.lpVerb = "Send with Pelloc";
-    wide.lpVerbW = nullptr;
-    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false, "null wide verb");
-    wide.cbSize = sizeof(CMINVOKECOMMANDINFO);
-    wide.lpVerb = "other";
-    wide.lpVerbW = m_caption;
-    ExpectAccepted(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&wide)), false,
-                   "wide verb in the short structure");
-
-    // A narrow verb is read in the thread's code page.
     const wchar_t accented[] = L"Envoy\u00E9 \u00E0 Pelloc";
     char inCodePage[64] = {};
     BOOL lossy = FALSE;
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
-    if (lossy)
-        return; // the thread's code page cannot spell it
-    m_caption = accented;
-    narrow.lpVerb = inCodePage;
-    ExpectAccepted(Invoke(&narrow), true, "caption in the thread code page");
-}
-
-TEST_F(InvokeCommandTest, NullInfoIsRejected)
-{
+    constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO);
+    constexpr DWORD kLong = sizeof(CMINVOKECOMMANDINFOEX);
+    const struct {
+        const char* form;
+        DWORD size;
+        LPCSTR verb;
+        LPCWSTR wideVerb;
+        int recorded;
+        bool accepted;
+        const wchar_t* caption = kCaption;
+    } cases[] = {
+        {"offset 0", kShort, Offset(0), nullptr, 0, true},
+        {"offset 0, 5 recorded", kShort, Offset(0), nullptr, 5, true},
+        {"the recorded offset", kShort, Offset(5), nullptr, 5, true},
+        {"another offset", kShort, Offset(3), nullptr, 5, false},
+        {"offset 1, none recorded", kShort, Offset(1), nullptr, 0, false},
+        {"offset 0xFFFF", kShort, Offset(0xFFFF), nullptr, 0, false},
+        {"offset 0, bits above 31 set", kShort, Offset(UINT_PTR{1} << 32), nullptr, 0, true},
+        {"narrow caption", kShort, "SEND WITH pelloc", nullptr, 0, true},
+        {"narrow other text", kShort, "Send with Pello", nullptr, 0, false},
+        {"wide caption", kLong, "other", L"send WITH PELLOC", 0, true},
+        {"null wide verb", kLong, "Send with Pelloc", nullptr, 0, false},
+        {"wide verb, structure not 104 bytes", kShort, "other", kCaption, 0, false},
+        {"narrow verb, structure not 104 bytes", kLong - 8, "send with pelloc", L"other", 0, true},
+        // Only a code page that can spell the caption can pass it.
+        {"narrow caption in the thread's code page", kShort, inCodePage, nullptr, 0, !lossy, accented},
+    };
+    size_t lists = 0;
+    for (const auto& c : cases) {
+        CMINVOKECOMMANDINFOEX info = {};
+        info.cbSize = c.size;
+        info.lpVerb = c.verb;
+        info.lpVerbW = c.wideVerb;
+        EXPECT_EQ(Invoke(reinterpret_cast<CMINVOKECOMMANDINFO*>(&info), c.recorded, c.caption),
+                  c.accepted ? S_OK : E_INVALIDARG)
+            << c.form;
+        EXPECT_EQ(m_items.empty(), c.accepted) << c.form;
+        EXPECT_EQ(test::ListFiles(m_list.path).size(), lists + c.accepted) << c.form;
+        lists = test::ListFiles(m_list.path).size();
+    }
     EXPECT_EQ(Invoke(nullptr), E_INVALIDARG);
     EXPECT_EQ(m_items.size(), 2u);
+    for (const std::wstring& list : test::ListFiles(m_list.path))
+        EXPECT_EQ(test::ReadFileBytes(list), ExpectedList());
 }
 
-TEST_F(InvokeCommandTest, WithoutASenderTheListIsLeftBehindAndTheSelectionSpent)
+TEST_F(InvokeCommandTest, NoListWrittenIsInvalidArgAndSpendsTheSelection)
 {
-    ASSERT_EQ(InvokeOffset(0), S_OK);
+    ASSERT_EQ(InvokeOffset0(), S_OK);
+    CMINVOKECOMMANDINFO info = {};
+    info.cbSize = sizeof(info);
+    EXPECT_EQ(RunCommand(&info, kCaption, 0, m_items), E_INVALIDARG) << "again without a new selection";
+    EXPECT_EQ(test::ListFiles(m_list.path).size(), 1u);
 
-    const std::vector<std::wstring> lists = m_temp.ListFiles();
-    ASSERT_EQ(lists.size(), 1u);
-    EXPECT_EQ(test::ReadFileBytes(lists[0]), test::Utf16Bytes(ExpectedList()));
-    EXPECT_TRUE(m_items.empty());
-
-    EXPECT_EQ(InvokeOffset(0), E_INVALIDARG) << "second call without a new selection";
-    EXPECT_EQ(m_temp.ListFiles().size(), 1u);
-}
-
-TEST_F(InvokeCommandTest, ListThatCannotBeWrittenFailsAndSpendsTheSelection)
-{
-    const std::wstring missing = m_temp.Path() + L"\\missing";
-    test::ScopedEnvironmentVariable tmp(L"TMP", missing);
-    test::ScopedEnvironmentVariable temp(L"TEMP", missing);
-
-    EXPECT_EQ(InvokeOffset(0), E_INVALIDARG);
+    const test::ScopedTemp missing(m_list.path + L"\\missing");
+    EXPECT_EQ(InvokeOffset0(), E_INVALIDARG) << "no temporary folder";
     EXPECT_TRUE(m_items.empty());
 }
 
-// The recording sender stands in for Pelloc.exe, in a folder whose name has a space, and the
-// list lands in a temporary folder whose name has one too.
+// The recording sender stands in for Pelloc.exe, installed in folder for one command.
 class SenderLaunchTest : public InvokeCommandTest {
 protected:
-    void SetUp() override
+    std::optional<test::SenderRecord> Launch(const std::wstring& folder, DWORD timeoutMs = 20000)
     {
-        InvokeCommandTest::SetUp();
-        m_sender.emplace(m_temp.Path());
-        ASSERT_TRUE(m_sender->Installed());
-        m_records = m_sender->Records();
+        const test::InstalledSender sender(folder);
+        EXPECT_TRUE(sender.installed);
+        EXPECT_EQ(InvokeOffset0(), S_OK);
+        return test::TakeRecord(folder, timeoutMs);
     }
-
-    // Checks what the sender was given: one argument naming the only list, and that list.
-    void ExpectSenderGotTheList(const test::SenderRecord& record)
-    {
-        const std::vector<std::wstring> lists = m_temp.ListFiles();
-        ASSERT_EQ(lists.size(), 1u);
-        const std::wstring argument = L"/transferfilelist=\"" + lists[0] + L"\"";
-        ASSERT_GE(record.commandLine.size(), argument.size());
-        EXPECT_EQ(record.commandLine.substr(record.commandLine.size() - argument.size() - 1), L" " + argument);
-        const std::vector<std::wstring> arguments = test::SplitCommandLine(record.commandLine);
-        ASSERT_FALSE(arguments.empty());
-        EXPECT_EQ(arguments.back(), L"/transferfilelist=" + lists[0]);
-        EXPECT_EQ(record.transferList, test::Utf16Bytes(ExpectedList()));
-    }
-
-    std::wstring m_records;
-    std::optional<test::InstalledSender> m_sender;
 };
 
-TEST_F(SenderLaunchTest, StartsTheSenderWithTheQuotedListName)
+// The sender's path goes unquoted, the list's name quoted; a longer line is cut to 519
+// characters, and the sender cannot open the list then.
+TEST_F(SenderLaunchTest, SenderGetsItsPathAndTheQuotedListNameCutTo519Characters)
 {
-    ASSERT_NE(m_temp.Path().find(L' '), std::wstring::npos);
-
-    ASSERT_EQ(InvokeOffset(0), S_OK);
-
-    const auto record = test::WaitForSenderRecord(m_records);
-    ASSERT_TRUE(record) << "the sender did not start";
-    EXPECT_NE(record->commandLine.find(m_sender->Path()), std::wstring::npos);
-    ExpectSenderGotTheList(*record);
-}
-
-// With a file named like the first word of the unquoted sender path, the plain start runs
-// into it and fails; from Windows Vista on the shell then starts the sender by its full path.
-TEST_F(SenderLaunchTest, RetriesThroughTheShellWhenThePlainStartFails)
-{
-    ASSERT_TRUE(test::WriteFileBytes(m_temp.Path() + L"\\send", "not a program", 13));
-
-    ASSERT_EQ(InvokeOffset(0), S_OK);
-
-    if (test::RequestedWindowsVersion() == "winxp") {
-        EXPECT_FALSE(test::SenderRecordAppears(m_records, 3000)) << "started although the plain start failed";
-        return;
+    ASSERT_EQ(m_plain.path.find(L' '), std::wstring::npos);
+    const std::wstring longList = m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L't');
+    ASSERT_TRUE(CreateDirectoryW(longList.c_str(), nullptr));
+    const struct {
+        std::wstring sender;
+        std::wstring list;
+    } cases[] = {
+        {m_plain.path + L"\\sender", m_list.path},
+        {m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L's'), longList}, // 240 each
+    };
+    for (const auto& c : cases) {
+        const test::ScopedTemp temp(c.list);
+        const auto record = Launch(c.sender);
+        ASSERT_TRUE(record) << "the sender did not start";
+        const std::vector<std::wstring> lists = test::ListFiles(c.list);
+        ASSERT_EQ(lists.size(), 1u);
+        const std::wstring line = c.sender + L"\\Pelloc.exe /transferfilelist=\"" + lists[0] + L"\"";
+        EXPECT_EQ(record->commandLine, line.substr(0, 519));
+        EXPECT_EQ(record->transferList, line.size() > 519 ? std::nullopt : std::optional(ExpectedList()));
     }
-    const auto record = test::WaitForSenderRecord(m_records);
-    ASSERT_TRUE(record) << "the sender was not started again";
-    ExpectSenderGotTheList(*record);
 }
 
-TEST_F(SenderLaunchTest, CommandLineTooLongIsCutTo519Characters)
+// A file named like the first word of the unquoted path makes the plain start fail; from
+// Windows Vista on the shell then starts the sender by its full path, before it nothing does.
+TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
 {
-    // Near-maximal folders, the sender's without spaces (Wine would quote it on the way).
-    const std::wstring base = m_temp.Path().substr(0, m_temp.Path().rfind(L'\\')) + L"\\quillet-long-" +
-                              std::to_wstring(GetCurrentProcessId());
-    ASSERT_EQ(base.find(L' '), std::wstring::npos);
-    test::RemoveTree(base); // left by a run that was killed, under a process number used again
-    ASSERT_TRUE(CreateDirectoryW(base.c_str(), nullptr));
-    const struct RemoveAtEnd {
-        std::wstring folder;
-        ~RemoveAtEnd() { test::RemoveTree(folder); }
-    } cleanup{base};
-    const std::wstring senderFolder = base + L"\\" + std::wstring(240 - base.size(), L's');
-    const std::wstring listFolder = base + L"\\" + std::wstring(240 - base.size(), L't');
-    ASSERT_TRUE(CreateDirectoryW(senderFolder.c_str(), nullptr));
-    ASSERT_TRUE(CreateDirectoryW(listFolder.c_str(), nullptr));
-    test::InstalledSender sender(senderFolder, m_records);
-    ASSERT_TRUE(sender.Installed());
-    test::ScopedEnvironmentVariable tmp(L"TMP", listFolder);
-    test::ScopedEnvironmentVariable temp(L"TEMP", listFolder);
+    ASSERT_TRUE(test::WriteFileBytes(m_list.path + L"\\send", "not a program", 13));
+    const std::wstring folder = m_list.path + L"\\send er";
+    const bool xp = test::RequestedWindowsVersion() == "winxp";
 
-    ASSERT_EQ(InvokeOffset(0), S_OK);
+    const auto record = Launch(folder, xp ? 3000 : 20000);
 
-    const auto record = test::WaitForSenderRecord(m_records);
-    ASSERT_TRUE(record) << "the sender did not start";
-    WIN32_FIND_DATAW found = {};
-    const HANDLE search = FindFirstFileW((listFolder + L"\\~ft*.tmp").c_str(), &found);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    FindClose(search);
-    const std::wstring full = sender.Path() + L" /transferfilelist=\"" + listFolder + L"\\" + found.cFileName + L"\"";
-    ASSERT_GT(full.size(), 519u);
-    EXPECT_EQ(record->commandLine, full.substr(0, 519));
+    ASSERT_EQ(record.has_value(), !xp);
+    if (xp)
+        return;
+    const std::vector<std::wstring> lists = test::ListFiles(m_list.path);
+    ASSERT_EQ(lists.size(), 1u);
+    EXPECT_EQ(test::SplitCommandLine(record->commandLine),
+              (std::vector<std::wstring>{folder + L"\\Pelloc.exe", L"/transferfilelist=" + lists[0]}));
+    EXPECT_EQ(record->transferList, ExpectedList());
 }
 
 } // namespace

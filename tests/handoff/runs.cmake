@@ -2,4 +2,4 @@
 add_dependencies(handoff_tests recording-sender)
 # Before Windows Vista a failed plain start is not retried through the shell.
 quillet_add_test_run(NAME handoff_winxp TARGET handoff_tests WINVER winxp
-    ARGS --gtest_filter=SenderLaunchTest.*:StartRoutinesTest.*)
+    ARGS --gtest_filter=SenderLaunchTest.RetriesThroughTheShellFromVistaOn)

@@ -1,92 +1,67 @@
-// The start routines on their own, with the recording sender as the program started.
+// The start routines on their own, with the recording sender as the program started. What the
+// launch passes them is seen through RunCommand (invoke_command_test.cpp).
 #include <gtest/gtest.h>
 
 #include "handoff/sender_launch.h"
 #include "handoff_support.h"
-#include "support/environment.h"
 
 namespace quillet {
 namespace {
 
 class StartRoutinesTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_FALSE(m_temp.Path().empty());
-        m_sender.emplace(m_temp.Path());
-        ASSERT_TRUE(m_sender->Installed());
-        m_folder = m_sender->Folder();
-        m_records = m_sender->Records();
-        // Makes the unquoted path start something that is no program.
-        ASSERT_TRUE(test::WriteFileBytes(m_temp.Path() + L"\\send", "not a program", 13));
-    }
+    void SetUp() override { ASSERT_TRUE(m_sender.installed); }
 
-    const std::wstring& Sender() const { return m_sender->Path(); }
-
-    test::ScopedTempFolder m_temp{L"start"};
-    std::wstring m_folder;
-    std::wstring m_records;
-    std::optional<test::InstalledSender> m_sender;
+    test::TempFolder m_temp{L"start"};
+    const std::wstring m_folder = m_temp.path + L"\\send er"; // the shell must keep the path one argument
+    const test::InstalledSender m_sender{m_folder};
 };
 
-TEST_F(StartRoutinesTest, StartProcessTakesTheLineAsItStands)
+TEST_F(StartRoutinesTest, StartProcessStartsTheLineAsItStands)
 {
-    std::wstring unquoted = Sender() + L" /x";
-    EXPECT_FALSE(StartProcess(unquoted.data()));
+    std::wstring line = L"\"" + m_sender.path + L"\" /transferfilelist=\"a b\"";
 
-    std::wstring quoted = L"\"" + Sender() + L"\" /transferfilelist=\"a b\"";
-    ASSERT_TRUE(StartProcess(quoted.data()));
-    const auto record = test::WaitForSenderRecord(m_records);
+    ASSERT_TRUE(StartProcess(line.data()));
+
+    const auto record = test::TakeRecord(m_folder);
     ASSERT_TRUE(record);
-    EXPECT_EQ(record->commandLine, quoted);
+    EXPECT_EQ(record->commandLine, line);
 }
 
-TEST_F(StartRoutinesTest, PlainModeQuotesTheProgramWaitsAndReportsTheExitCode)
+// Plain: "file" parameters, in directory. Elevated from Windows Vista on: through the shell, the
+// path and the parameters handed over apart. Either way waited for, its exit code reported.
+TEST_F(StartRoutinesTest, RunProgramWaitsAndReportsTheExitCode)
 {
-    test::ScopedEnvironmentVariable exitCode(L"QUILLET_SENDER_EXIT_CODE", L"7");
-    DWORD code = 0;
-
-    ASSERT_TRUE(RunProgram(nullptr, Sender().c_str(), L"one \"two three\"", m_records.c_str(), INFINITE, &code,
-                           false));
-
-    EXPECT_EQ(code, 7u);
-    // Waited for: the record is complete already.
-    auto record = test::WaitForSenderRecord(m_records, 0);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->commandLine, L"\"" + Sender() + L"\" one \"two three\"");
-    EXPECT_EQ(record->currentDirectory, m_records);
-
-    DeleteFileW((m_records + L"\\record.done").c_str());
-    ASSERT_TRUE(RunProgram(nullptr, Sender().c_str(), nullptr, nullptr, INFINITE, nullptr, false));
-    record = test::WaitForSenderRecord(m_records, 0);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->commandLine, L"\"" + Sender() + L"\"") << "no parameters, no blank";
-    EXPECT_FALSE(RunProgram(nullptr, (m_folder + L"\\missing.exe").c_str(), nullptr, nullptr, 0, nullptr, false));
-}
-
-// From Windows Vista on the shell starts the program ("runas"); before, the plain mode runs.
-TEST_F(StartRoutinesTest, ElevatedModeHandsPathAndParametersOverSeparately)
-{
-    test::ScopedEnvironmentVariable exitCode(L"QUILLET_SENDER_EXIT_CODE", L"3");
-    DWORD code = 0;
-
-    ASSERT_TRUE(RunProgram(nullptr, Sender().c_str(), L"/transferfilelist=\"C:\\a b.tmp\"", nullptr, INFINITE,
-                           &code, true));
-
-    EXPECT_EQ(code, 3u);
-    const auto record = test::WaitForSenderRecord(m_records);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(test::SplitCommandLine(record->commandLine),
-              (std::vector<std::wstring>{Sender(), L"/transferfilelist=C:\\a b.tmp"}));
-    EXPECT_FALSE(RunProgram(nullptr, (m_folder + L"\\missing.exe").c_str(), nullptr, nullptr, 0, nullptr, true));
-}
-
-TEST(LaunchSender, NeedsAListNameAndReportsSuccessWithoutASender)
-{
-    test::NoSenderRegistered noSender;
-
-    EXPECT_FALSE(LaunchSender(nullptr));
-    EXPECT_TRUE(LaunchSender(L"C:\\no such list.tmp"));
+    const test::ScopedVariable exitCode(L"QUILLET_SENDER_EXIT_CODE", L"7");
+    const std::wstring quoted = L"\"" + m_sender.path + L"\"";
+    const struct {
+        bool elevate;
+        const wchar_t* parameters;
+        std::wstring line;                    // exactly, or
+        std::vector<std::wstring> arguments; // as split
+    } cases[] = {
+        {false, L"one \"two three\"", quoted + L" one \"two three\"", {}},
+        {false, nullptr, quoted, {}},
+        {true, L"/transferfilelist=\"C:\\a b.tmp\"", L"", {m_sender.path, L"/transferfilelist=C:\\a b.tmp"}},
+    };
+    for (const auto& c : cases) {
+        DWORD code = 0;
+        ASSERT_TRUE(RunProgram(nullptr, m_sender.path.c_str(), c.parameters, m_temp.path.c_str(), INFINITE, &code,
+                               c.elevate));
+        EXPECT_EQ(code, 7u);
+        const auto record = test::TakeRecord(m_folder, 0);
+        ASSERT_TRUE(record) << "not waited for";
+        if (c.line.empty())
+            EXPECT_EQ(test::SplitCommandLine(record->commandLine), c.arguments);
+        else
+            EXPECT_EQ(record->commandLine, c.line);
+        EXPECT_EQ(record->currentDirectory, m_temp.path);
+    }
+    EXPECT_TRUE(RunProgram(nullptr, m_sender.path.c_str(), nullptr, nullptr, INFINITE, nullptr, false));
+    EXPECT_TRUE(test::TakeRecord(m_folder, 0));
+    EXPECT_FALSE(RunProgram(nullptr, nullptr, nullptr, nullptr, 0, nullptr, false)) << "no program";
+    for (const bool elevate : {false, true})
+        EXPECT_FALSE(RunProgram(nullptr, (m_folder + L"\\missing.exe").c_str(), nullptr, nullptr, 0, nullptr, elevate));
 }
 
 } // namespace

@@ -1,67 +1,47 @@
 // Where the sender is installed, as its App Paths "Path" value says.
 #include <gtest/gtest.h>
 
+#include <optional>
+
 #include "common/registry.h"
 #include "sender/sender_installation.h"
 
 namespace quillet {
 namespace {
 
-class SenderDirectoryTest : public ::testing::Test {
-protected:
-    // The text's bytes with no terminating zero. Stored as binary data: the registry functions
-    // may supply the missing terminator of a string value, and the lookup ignores the type.
-    void StoreUnterminated(const std::wstring& text)
-    {
-        m_value.SetRaw(REG_BINARY, text.c_str(), static_cast<DWORD>(text.size() * sizeof(wchar_t)));
-    }
-
-    test::ScopedRegistryValue m_value{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
-};
-
-TEST_F(SenderDirectoryTest, AppendsOneSeparatorToAStoredFolder)
+// One separator goes where the terminator is, or for a value without one where its last
+// character is unless that is a separator already; no room for it or no value: unknown.
+TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
 {
-    m_value.SetString(L"C:\\Program Files\\Pelloc");
-    EXPECT_EQ(GetSenderDirectory(), L"C:\\Program Files\\Pelloc\\");
-
-    // The test looks at the terminator's place, so a stored separator is doubled.
-    m_value.SetString(L"C:\\Program Files\\Pelloc\\");
-    EXPECT_EQ(GetSenderDirectory(), L"C:\\Program Files\\Pelloc\\\\");
-
-    m_value.SetString(std::wstring(258, L'p'));
-    EXPECT_EQ(GetSenderDirectory(), std::wstring(258, L'p') + L"\\");
-}
-
-TEST_F(SenderDirectoryTest, ValueWithoutTerminatorHasItsLastCharacterTested)
-{
-    StoreUnterminated(L"C:\\Pelloc");
-    EXPECT_EQ(GetSenderDirectory(), L"C:\\Pello\\");
-
-    StoreUnterminated(L"C:\\Pelloc\\");
-    EXPECT_EQ(GetSenderDirectory(), L"C:\\Pelloc\\");
-
-    // Fills the whole buffer: nothing after it may be read.
+    test::ScopedRegistryValue value(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
     const std::wstring full = std::wstring(259, L'q') + L"\\";
-    StoreUnterminated(full);
-    EXPECT_EQ(GetSenderDirectory(), full);
-}
-
-TEST_F(SenderDirectoryTest, UnknownWhenMissingEmptyOrTooLong)
-{
-    m_value.Delete();
-    EXPECT_EQ(GetSenderDirectory(), L"");
-
+    const struct {
+        std::optional<std::wstring> stored;
+        bool terminated; // else stored as binary: the registry may add a string's missing terminator
+        std::wstring directory;
+    } cases[] = {
+        {L"C:\\Program Files\\Pelloc", true, L"C:\\Program Files\\Pelloc\\"},
+        {L"C:\\Program Files\\Pelloc\\", true, L"C:\\Program Files\\Pelloc\\\\"},
+        {std::wstring(258, L'p'), true, std::wstring(258, L'p') + L"\\"},
+        {std::wstring(259, L'p'), true, L""},
+        {L"C:\\" + std::wstring(297, L'p'), true, L""},
+        {std::nullopt, true, L""},
+        {L"C:\\Pelloc", false, L"C:\\Pello\\"},
+        {L"C:\\Pelloc\\", false, L"C:\\Pelloc\\"},
+        {full, false, full}, // the whole buffer: nothing after it may be read
+        {L"", false, L""},
+    };
+    for (const auto& c : cases) {
+        if (!c.stored)
+            value.Delete();
+        else if (c.terminated)
+            value.SetString(*c.stored);
+        else
+            value.SetRaw(REG_BINARY, c.stored->c_str(), static_cast<DWORD>(c.stored->size() * sizeof(wchar_t)));
+        EXPECT_EQ(GetSenderDirectory(), c.directory) << testing::PrintToString(c.stored);
+    }
     test::DeleteTree(HKEY_LOCAL_MACHINE, kSenderAppPathsKey);
-    EXPECT_EQ(GetSenderDirectory(), L"");
-
-    StoreUnterminated(L""); // no bytes at all
-    EXPECT_EQ(GetSenderDirectory(), L"");
-
-    m_value.SetString(std::wstring(259, L'p')); // no room left for the separator
-    EXPECT_EQ(GetSenderDirectory(), L"");
-
-    m_value.SetString(L"C:\\" + std::wstring(297, L'p'));
-    EXPECT_EQ(GetSenderDirectory(), L"");
+    EXPECT_EQ(GetSenderDirectory(), L"") << "no key";
 }
 
 } // namespace
