@@ -3,6 +3,7 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
+#include <algorithm>
 #include <thread>
 
 #include "quillet_idl.h"
@@ -14,71 +15,63 @@ using Microsoft::WRL::ComPtr;
 namespace quillet::test {
 namespace {
 
-// COM on the test thread, as Explorer's UI thread has it.
-class ComApartment {
-public:
-    ComApartment() : m_hr(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
-    ~ComApartment()
-    {
-        if (SUCCEEDED(m_hr))
-            CoUninitialize();
-    }
+// What CoInitializeEx answers on this thread right now: S_FALSE while an apartment is held.
+HRESULT ProbeApartment(DWORD model = COINIT_APARTMENTTHREADED)
+{
+    const HRESULT hr = CoInitializeEx(nullptr, model);
+    if (SUCCEEDED(hr))
+        CoUninitialize();
+    return hr;
+}
 
-private:
-    HRESULT m_hr;
-};
-
-// Registered by regsvr32 in a process of its own, then activated here through the registry.
-class Activation : public testing::Test {
+// Registered by regsvr32 in a process of its own, activated through the registry or through the
+// exports of the module loaded here, on a thread with COM as Explorer's UI thread has it.
+class ComObject : public testing::Test {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
     static void TearDownTestSuite() { RunRegsvr32(ModulePath(), true); }
-    ComApartment apartment;
+    void SetUp() override
+    {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&factory)), S_OK);
+    }
+    void TearDown() override { CoUninitialize(); }
+    ModuleLibrary module{ModulePath()};
+    ComPtr<IClassFactory> factory;
 };
 
-TEST_F(Activation, RegistryActivationAnswersEveryInterfaceOfTheMap)
+TEST_F(ComObject, EachInterfaceComesFromItsOwnFaceAndLeadsBackToOneIdentity)
 {
     ComPtr<IUnknown> object;
-    ASSERT_EQ(CoCreateInstance(CLSID_FTKelMN, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                               reinterpret_cast<void**>(object.GetAddressOf())),
-              S_OK);
-
-    void* identity = object.Get();
-    const IID* const identityIids[] = {&IID_IFTKelMN, &IID_IDispatch};
-    for (const IID* iid : identityIids) {
-        ComPtr<IUnknown> p;
-        ASSERT_EQ(object->QueryInterface(*iid, reinterpret_cast<void**>(p.GetAddressOf())), S_OK);
-        EXPECT_EQ(p.Get(), identity);
+    ASSERT_EQ(CoCreateInstance(CLSID_FTKelMN, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&object)), S_OK);
+    enum Face { kIdentity, kMenu, kInit, kNone };
+    const std::pair<const IID*, Face> kInterfaces[] = {
+        {&IID_IUnknown, kIdentity},  {&IID_IFTKelMN, kIdentity},  {&IID_IDispatch, kIdentity},
+        {&IID_IContextMenu, kMenu},  {&IID_IContextMenu2, kMenu}, {&IID_IContextMenu3, kMenu},
+        {&IID_IShellExtInit, kInit}, {&IID_IPersistFile, kNone},  {&IID_IClassFactory, kNone}};
+    void* faces[kNone] = {object.Get(), nullptr, nullptr};
+    for (const auto& [iid, face] : kInterfaces) {
+        ComPtr<IUnknown> answer, back;
+        const HRESULT hr = object->QueryInterface(*iid, reinterpret_cast<void**>(answer.GetAddressOf()));
+        if (face == kNone) {
+            EXPECT_EQ(hr, E_NOINTERFACE);
+            EXPECT_EQ(answer.Get(), nullptr);
+            continue;
+        }
+        ASSERT_EQ(hr, S_OK) << "face " << face;
+        if (!faces[face] && std::count(faces, faces + kNone, answer.Get()) == 0)
+            faces[face] = answer.Get(); // a face met for the first time is none of the others
+        EXPECT_EQ(answer.Get(), faces[face]) << "face " << face;
+        ASSERT_EQ(answer->QueryInterface(IID_PPV_ARGS(&back)), S_OK);
+        EXPECT_EQ(back.Get(), object.Get());
     }
-    ComPtr<IUnknown> menu1, menu2, menu3, init;
-    ASSERT_EQ(object->QueryInterface(IID_IContextMenu, reinterpret_cast<void**>(menu1.GetAddressOf())), S_OK);
-    ASSERT_EQ(object->QueryInterface(IID_IContextMenu2, reinterpret_cast<void**>(menu2.GetAddressOf())), S_OK);
-    ASSERT_EQ(object->QueryInterface(IID_IContextMenu3, reinterpret_cast<void**>(menu3.GetAddressOf())), S_OK);
-    ASSERT_EQ(object->QueryInterface(IID_IShellExtInit, reinterpret_cast<void**>(init.GetAddressOf())), S_OK);
-    EXPECT_EQ(menu1.Get(), menu2.Get());
-    EXPECT_EQ(menu2.Get(), menu3.Get());
-    EXPECT_NE(menu1.Get(), identity);
-    EXPECT_NE(init.Get(), identity);
-    EXPECT_NE(init.Get(), menu1.Get());
-
-    // Identity holds from every interface back to IUnknown.
-    ComPtr<IUnknown> back;
-    ASSERT_EQ(init->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(back.GetAddressOf())), S_OK);
-    EXPECT_EQ(back.Get(), identity);
-
-    ComPtr<IUnknown> none;
-    EXPECT_EQ(object->QueryInterface(IID_IPersistFile, reinterpret_cast<void**>(none.GetAddressOf())),
-              E_NOINTERFACE);
-    EXPECT_EQ(none.Get(), nullptr);
     EXPECT_EQ(object->QueryInterface(IID_IContextMenu, nullptr), E_POINTER);
 }
 
-TEST_F(Activation, DispatchGoesThroughTheRegisteredTypeLibrary)
+TEST_F(ComObject, DispatchGoesThroughTheRegisteredTypeLibrary)
 {
     ComPtr<IDispatch> dispatch;
-    ASSERT_EQ(CoCreateInstance(CLSID_FTKelMN, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch,
-                               reinterpret_cast<void**>(dispatch.GetAddressOf())),
-              S_OK);
+    ASSERT_EQ(CoCreateInstance(CLSID_FTKelMN, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&dispatch)), S_OK);
     UINT count = 0;
     EXPECT_EQ(dispatch->GetTypeInfoCount(&count), S_OK);
     EXPECT_EQ(count, 1u);
@@ -94,63 +87,38 @@ TEST_F(Activation, DispatchGoesThroughTheRegisteredTypeLibrary)
     EXPECT_EQ(attributes->cFuncs, 7) << "IUnknown and IDispatch slots only";
     info->ReleaseTypeAttr(attributes);
 
-    wchar_t nameText[] = L"Transfer";
-    LPOLESTR names[] = {nameText};
+    LPOLESTR names[] = {const_cast<LPOLESTR>(L"Transfer")};
     DISPID id = 0;
     EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, names, 1, 0, &id), DISP_E_UNKNOWNNAME);
     DISPPARAMS none = {};
-    VARIANT result;
-    VariantInit(&result);
-    EXPECT_TRUE(FAILED(dispatch->Invoke(1, IID_NULL, 0, DISPATCH_METHOD, &none, &result, nullptr, nullptr)));
+    EXPECT_TRUE(FAILED(dispatch->Invoke(1, IID_NULL, 0, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr)));
 }
 
-class ClassObject : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(module.loaded());
-        ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_IClassFactory,
-                                        reinterpret_cast<void**>(factory.GetAddressOf())),
-                  S_OK);
-    }
-    ComApartment apartment;
-    ModuleLibrary module{ModulePath()};
-    ComPtr<IClassFactory> factory;
-};
-
-TEST_F(ClassObject, ExportRejectsBadRequestsAndCachesOneFactory)
+TEST_F(ComObject, OneCachedFactoryRefusesBadRequestsAndCountsWhatLives)
 {
     void* out = reinterpret_cast<void*>(1);
     EXPECT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_IClassFactory, nullptr), E_POINTER);
     EXPECT_EQ(module.GetClassObject(CLSID_ShellLink, IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
     EXPECT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_IContextMenu, &out), E_NOINTERFACE);
-
     ComPtr<IClassFactory> again;
-    ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_IClassFactory, reinterpret_cast<void**>(again.GetAddressOf())),
-              S_OK);
+    ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&again)), S_OK);
     EXPECT_EQ(again.Get(), factory.Get());
+    EXPECT_EQ(module.CanUnloadNow(), S_OK) << "the cached factory itself is not counted";
 
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
-    ComPtr<IUnknown> object;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IPersistFile, reinterpret_cast<void**>(object.GetAddressOf())),
-              E_NOINTERFACE);
-    EXPECT_EQ(object.Get(), nullptr);
+    ComPtr<IPersistFile> refused;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&refused)), E_NOINTERFACE);
+    EXPECT_EQ(refused.Get(), nullptr);
     EXPECT_EQ(module.CanUnloadNow(), S_OK) << "a refused creation must not stay counted";
-}
 
-TEST_F(ClassObject, UnloadFollowsLiveObjectsAndServerLocks)
-{
-    EXPECT_EQ(module.CanUnloadNow(), S_OK) << "the cached factory itself is not counted";
     ComPtr<IContextMenu> first, second;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(first.GetAddressOf())), S_OK);
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(second.GetAddressOf())),
-              S_OK);
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&first)), S_OK);
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&second)), S_OK);
     EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
     first.Reset();
     EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
     second.Reset();
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
-
     EXPECT_EQ(factory->LockServer(TRUE), S_OK);
     EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
     EXPECT_EQ(factory->LockServer(FALSE), S_OK);
@@ -162,12 +130,11 @@ class Outer final : public IUnknown {
 public:
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
     {
-        if (IsEqualIID(riid, IID_IUnknown)) {
-            *ppv = static_cast<IUnknown*>(this);
-            AddRef();
-            return S_OK;
-        }
-        return inner ? inner->QueryInterface(riid, ppv) : E_NOINTERFACE;
+        if (!IsEqualIID(riid, IID_IUnknown))
+            return inner ? inner->QueryInterface(riid, ppv) : E_NOINTERFACE;
+        *ppv = static_cast<IUnknown*>(this);
+        AddRef();
+        return S_OK;
     }
     STDMETHODIMP_(ULONG) AddRef() override { return ++refs; }
     STDMETHODIMP_(ULONG) Release() override { return --refs; }
@@ -175,69 +142,54 @@ public:
     IUnknown* inner = nullptr;
 };
 
-TEST_F(ClassObject, AggregationOnlyForIUnknownAndTheOuterObjectOwnsIdentity)
+TEST_F(ComObject, AggregationOnlyForIUnknownAndTheOuterObjectOwnsIdentity)
 {
     Outer outer;
-    ComPtr<IUnknown> refused;
-    EXPECT_EQ(factory->CreateInstance(&outer, IID_IShellExtInit, reinterpret_cast<void**>(refused.GetAddressOf())),
-              CLASS_E_NOAGGREGATION);
+    ComPtr<IShellExtInit> refused;
+    EXPECT_EQ(factory->CreateInstance(&outer, IID_PPV_ARGS(&refused)), CLASS_E_NOAGGREGATION);
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 
     IUnknown* inner = nullptr;
-    ASSERT_EQ(factory->CreateInstance(&outer, IID_IUnknown, reinterpret_cast<void**>(&inner)), S_OK);
+    ASSERT_EQ(factory->CreateInstance(&outer, IID_PPV_ARGS(&inner)), S_OK);
     outer.inner = inner;
     EXPECT_EQ(outer.refs, 1u) << "the inner unknown holds no reference on its outer object";
     EXPECT_EQ(module.CanUnloadNow(), S_FALSE);
 
     IContextMenu* menu = nullptr;
-    ASSERT_EQ(outer.QueryInterface(IID_IContextMenu, reinterpret_cast<void**>(&menu)), S_OK);
+    ASSERT_EQ(outer.QueryInterface(IID_PPV_ARGS(&menu)), S_OK);
     EXPECT_EQ(outer.refs, 2u) << "references on aggregated interfaces go to the outer object";
     IUnknown* identity = nullptr;
-    ASSERT_EQ(menu->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&identity)), S_OK);
+    ASSERT_EQ(menu->QueryInterface(IID_PPV_ARGS(&identity)), S_OK);
     EXPECT_EQ(identity, static_cast<IUnknown*>(&outer));
     identity->Release();
     menu->Release();
     EXPECT_EQ(outer.refs, 1u);
 
     IUnknown* self = nullptr;
-    ASSERT_EQ(inner->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&self)), S_OK);
+    ASSERT_EQ(inner->QueryInterface(IID_PPV_ARGS(&self)), S_OK);
     EXPECT_EQ(self, inner) << "the non-delegating unknown answers IUnknown itself";
-    self->Release();
-
+    EXPECT_EQ(self->Release(), 1u);
     outer.inner = nullptr;
     EXPECT_EQ(inner->Release(), 0u);
     EXPECT_EQ(module.CanUnloadNow(), S_OK);
 }
 
-// What CoInitialize answers on this thread right now: S_FALSE while an apartment is held.
-HRESULT ProbeApartment()
-{
-    const HRESULT hr = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    if (SUCCEEDED(hr))
-        CoUninitialize();
-    return hr;
-}
-
-TEST_F(ClassObject, EachObjectHoldsTheApartmentAndGivesItBack)
+TEST_F(ComObject, EachObjectHoldsTheApartmentAndGivesItBack)
 {
     // A thread of its own, with no COM yet, as a fresh shell thread.
     HRESULT before = E_FAIL, during = E_FAIL, after = E_FAIL, mtaAfter = E_FAIL;
     std::thread([&] {
         before = ProbeApartment();
         ComPtr<IContextMenu> object;
-        if (SUCCEEDED(factory->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(object.GetAddressOf())))) {
-            during = ProbeApartment();
-            object.Reset();
-        }
+        factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+        during = object ? ProbeApartment() : E_FAIL;
+        object.Reset();
         after = ProbeApartment();
-
         // In a multithreaded apartment the object's CoInitialize fails and must not be undone.
         CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-        if (SUCCEEDED(factory->CreateInstance(nullptr, IID_IContextMenu, reinterpret_cast<void**>(object.GetAddressOf()))))
-            object.Reset();
-        mtaAfter = CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-        if (SUCCEEDED(mtaAfter))
-            CoUninitialize();
+        factory->CreateInstance(nullptr, IID_PPV_ARGS(&object));
+        object.Reset();
+        mtaAfter = ProbeApartment(COINIT_MULTITHREADED);
         CoUninitialize();
     }).join();
     EXPECT_EQ(before, S_OK);

@@ -6,35 +6,29 @@ namespace quillet::test {
 
 ProcessResult RunProcess(const std::wstring& commandLine, DWORD timeoutMs)
 {
+    // Output goes to a file, not a pipe: a program the child starts may hold a pipe open for long.
     ProcessResult result;
+    wchar_t folder[MAX_PATH] = {}, name[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, folder);
+    GetTempFileNameW(folder, L"out", 0, name);
     SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
-    HANDLE readEnd = nullptr, writeEnd = nullptr;
-    if (!CreatePipe(&readEnd, &writeEnd, &inherit, 0))
-        return result;
-    UniqueKernelHandle reader(readEnd);
-    UniqueKernelHandle writer(writeEnd);
-    SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
-
+    UniqueFileHandle output(CreateFileW(name, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit,
+                                        CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdInput = GetStdHandle(STD_INPUT_HANDLE);
-    startup.hStdOutput = writeEnd;
-    startup.hStdError = writeEnd;
+    startup.hStdOutput = startup.hStdError = output.get();
     PROCESS_INFORMATION info = {};
     std::wstring line = commandLine;
-    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &info))
+    if (!output || !CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &info))
         return result;
-    UniqueKernelHandle process(info.hProcess);
-    UniqueKernelHandle thread(info.hThread);
-    writer.reset(); // the child holds the only write end now
-
-    char chunk[4096];
-    DWORD read = 0;
-    while (ReadFile(reader.get(), chunk, sizeof(chunk), &read, nullptr) && read > 0)
-        result.output.append(chunk, read);
+    UniqueKernelHandle process(info.hProcess), thread(info.hThread);
     WaitForSingleObject(process.get(), timeoutMs);
     GetExitCodeProcess(process.get(), &result.exitCode);
+    result.output.resize(GetFileSize(output.get(), nullptr));
+    DWORD read = 0;
+    SetFilePointer(output.get(), 0, nullptr, FILE_BEGIN);
+    ReadFile(output.get(), result.output.data(), static_cast<DWORD>(result.output.size()), &read, nullptr);
     return result;
 }
 
@@ -44,23 +38,6 @@ std::string Utf8(const std::wstring& text)
     std::string out(static_cast<size_t>(size > 0 ? size - 1 : 0), '\0');
     WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, out.data(), size, nullptr, nullptr);
     return out;
-}
-
-bool WaitForFile(const std::wstring& path, DWORD timeoutMs)
-{
-    const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    LONGLONG lastSize = -1;
-    while (GetTickCount64() < deadline) {
-        WIN32_FILE_ATTRIBUTE_DATA data = {};
-        if (GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
-            const LONGLONG size = (static_cast<LONGLONG>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
-            if (size > 0 && size == lastSize)
-                return true;
-            lastSize = size;
-        }
-        Sleep(50);
-    }
-    return false;
 }
 
 } // namespace quillet::test
