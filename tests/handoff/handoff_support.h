@@ -13,41 +13,6 @@
 
 namespace quillet::test {
 
-// An environment variable of this process, and so of what it starts, for a scope.
-class ScopedVariable {
-public:
-    ScopedVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
-    {
-        m_old.resize(GetEnvironmentVariableW(name, nullptr, 0));
-        m_had = !m_old.empty() && GetEnvironmentVariableW(name, m_old.data(), static_cast<DWORD>(m_old.size())) > 0;
-        SetEnvironmentVariableW(name, value.c_str());
-    }
-    ~ScopedVariable() { SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr); }
-    ScopedVariable(const ScopedVariable&) = delete;
-    ScopedVariable& operator=(const ScopedVariable&) = delete;
-
-private:
-    const wchar_t* m_name;
-    std::wstring m_old;
-    bool m_had = false;
-};
-
-// A fresh folder under the temporary folder, removed with its contents at the end.
-struct TempFolder {
-    explicit TempFolder(const std::wstring& hint) : path(MakeTempFolder(hint)) {}
-    ~TempFolder() { RemoveTree(path); }
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const std::wstring path;
-};
-
-// TMP and TEMP pointed at folder, where list files then land.
-struct ScopedTemp {
-    explicit ScopedTemp(const std::wstring& folder) : tmp(L"TMP", folder), temp(L"TEMP", folder) {}
-    ScopedVariable tmp;
-    ScopedVariable temp;
-};
-
 // Full names of the list files ("~ft*.tmp") in folder.
 inline std::vector<std::wstring> ListFiles(const std::wstring& folder)
 {

@@ -1,5 +1,7 @@
 #include "support/environment.h"
 
+#include <windows.h>
+
 #include <cstdlib>
 
 namespace quillet::test {
@@ -16,12 +18,16 @@ int RequestedDpi()
     return value ? std::atoi(value) : 0;
 }
 
-std::wstring SwapEnvironmentVariable(const wchar_t* name, const std::wstring& value)
+ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
 {
-    wchar_t old[MAX_PATH] = {};
-    GetEnvironmentVariableW(name, old, MAX_PATH);
-    SetEnvironmentVariableW(name, value.empty() ? nullptr : value.c_str());
-    return old;
+    m_old.resize(GetEnvironmentVariableW(name, nullptr, 0));
+    m_had = !m_old.empty() && GetEnvironmentVariableW(name, m_old.data(), static_cast<DWORD>(m_old.size())) > 0;
+    SetEnvironmentVariableW(name, value.c_str());
+}
+
+ScopedVariable::~ScopedVariable()
+{
+    SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr);
 }
 
 } // namespace quillet::test

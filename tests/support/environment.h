@@ -11,29 +11,43 @@ std::string RequestedWindowsVersion();
 // The display DPI the runner set, or 0 when it set none.
 int RequestedDpi();
 
-// Sets an environment variable ("" removes it) and returns its old value.
-std::wstring SwapEnvironmentVariable(const wchar_t* name, const std::wstring& value);
+// An environment variable of this process, and so of what it starts, for a scope.
+class ScopedVariable {
+public:
+    ScopedVariable(const wchar_t* name, const std::wstring& value);
+    ~ScopedVariable();
+    ScopedVariable(const ScopedVariable&) = delete;
+    ScopedVariable& operator=(const ScopedVariable&) = delete;
+
+private:
+    const wchar_t* m_name;
+    std::wstring m_old;
+    bool m_had = false;
+};
+
+// A fresh folder under the temporary folder, removed with its contents at the end.
+struct TempFolder {
+    explicit TempFolder(const std::wstring& hint) : path(MakeTempFolder(hint)) {}
+    ~TempFolder() { RemoveTree(path); }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::wstring path;
+};
+
+// TMP and TEMP pointed at folder, where the module's list files then land.
+struct ScopedTemp {
+    explicit ScopedTemp(const std::wstring& folder) : tmp(L"TMP", folder), temp(L"TEMP", folder) {}
+    ScopedVariable tmp;
+    ScopedVariable temp;
+};
 
 // A fresh folder that TMP and TEMP name while the object lives, so that files the module puts
 // in the temporary folder stay countable and go with it.
-class RedirectedTempFolder {
-public:
-    explicit RedirectedTempFolder(const std::wstring& hint)
-        : m_path(MakeTempFolder(hint)), m_tmp(SwapEnvironmentVariable(L"TMP", m_path)),
-          m_temp(SwapEnvironmentVariable(L"TEMP", m_path))
-    {
-    }
-    ~RedirectedTempFolder()
-    {
-        SwapEnvironmentVariable(L"TMP", m_tmp);
-        SwapEnvironmentVariable(L"TEMP", m_temp);
-        RemoveTree(m_path);
-    }
-    RedirectedTempFolder(const RedirectedTempFolder&) = delete;
-    const std::wstring& path() const { return m_path; }
-
-private:
-    const std::wstring m_path, m_tmp, m_temp;
+struct RedirectedTempFolder {
+    explicit RedirectedTempFolder(const std::wstring& hint) : folder(hint), temp(folder.path) {}
+    const std::wstring& path() const { return folder.path; }
+    TempFolder folder;
+    ScopedTemp temp;
 };
 
 } // namespace quillet::test
