@@ -23,46 +23,55 @@ const wchar_t* WidenVerb(const char* verb, std::wstring& storage)
     if (count > 0x3FFFFFFF)
         return nullptr;
     storage.assign(static_cast<size_t>(count), L'\0');
-    if (MultiByteToWideChar(CP_THREAD_ACP, 0, verb, -1, storage.data(), count) == 0)
+    // The length measured above, terminator included: the string is not walked a second time.
+    if (MultiByteToWideChar(CP_THREAD_ACP, 0, verb, count, storage.data(), count) == 0)
         return nullptr;
     return storage.c_str();
 }
 
-// Whether the verb names the command: the offset 0 or menuItemState, or the caption in any
-// letter case.
+} // namespace
+
 bool AcceptsVerb(const CMINVOKECOMMANDINFO& info, const wchar_t* caption, int menuItemState)
 {
-    // Only bits 16 to 31 tell an offset from a string, as the shell's HIWORD test does.
-    const auto verb = reinterpret_cast<UINT_PTR>(info.lpVerb);
-    if (((verb >> 16) & 0xFFFF) == 0) {
+    // A pointer below 0x10000 is a command offset; any other is a string, whatever its low bits.
+    if (IS_INTRESOURCE(info.lpVerb)) {
         // 0 is the one command there is; it is accepted whatever the insertion recorded.
-        const int offset = static_cast<int>(verb & 0xFFFF);
+        const int offset = static_cast<int>(reinterpret_cast<UINT_PTR>(info.lpVerb));
         return offset == menuItemState || offset == 0;
     }
 
     // The size alone says which verb to read; CMIC_MASK_UNICODE is not consulted.
     std::wstring converted;
-    const wchar_t* wideVerb = info.cbSize == kInvokeCommandInfoExSize
-                                  ? reinterpret_cast<const CMINVOKECOMMANDINFOEX&>(info).lpVerbW
-                                  : WidenVerb(info.lpVerb, converted);
+    const wchar_t* wideVerb = nullptr;
+    if (info.cbSize == kInvokeCommandInfoExSize) {
+        wideVerb = reinterpret_cast<const CMINVOKECOMMANDINFOEX&>(info).lpVerbW;
+        // An offset there is no string to read: a mismatch, not a crash.
+        if (IS_INTRESOURCE(wideVerb))
+            return false;
+    } else {
+        wideVerb = WidenVerb(info.lpVerb, converted);
+    }
     // The only string verb answered is the caption itself, in any letter case.
     return wideVerb && _wcsicmp(caption, wideVerb) == 0;
 }
 
-} // namespace
+HRESULT HandOverSelection(SelectedItems& items)
+{
+    const std::wstring listFile = MakeTempFileName(L"~ft");
+    const bool written = WriteTransferList(items, listFile.c_str());
+    // The selection is spent either way; a second call needs a new selection.
+    items.clear();
+    if (!written)
+        return E_INVALIDARG;
+    return LaunchSender(listFile.c_str()) ? S_OK : E_FAIL;
+}
 
 HRESULT RunCommand(const CMINVOKECOMMANDINFO* info, const wchar_t* caption, int menuItemState,
                    SelectedItems& items)
 {
     if (!info || !AcceptsVerb(*info, caption, menuItemState))
         return E_INVALIDARG;
-    const std::wstring listFile = MakeTempFileName(L"~ft");
-    const bool written = WriteTransferList(items, listFile.c_str());
-    // The selection is spent either way; a second call needs a new Initialize.
-    items.clear();
-    if (!written)
-        return E_INVALIDARG;
-    return LaunchSender(listFile.c_str()) ? S_OK : E_FAIL;
+    return HandOverSelection(items);
 }
 
 } // namespace quillet

@@ -15,6 +15,31 @@ LPCSTR Offset(UINT_PTR offset)
     return reinterpret_cast<LPCSTR>(offset);
 }
 
+// A page at a multiple of 4 GiB (bits 16 to 31 of its address zero) holding text, freed at
+// the end: a verb there is a string, not the offset 0.
+class HighPageText {
+public:
+    explicit HighPageText(const char* text)
+    {
+        for (UINT_PTR gib4 = 1; gib4 < 0x7F00 && !m_page; ++gib4)
+            m_page = static_cast<char*>(VirtualAlloc(reinterpret_cast<void*>(gib4 << 32), 4096,
+                                                     MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+        if (m_page)
+            lstrcpynA(m_page, text, 4096);
+    }
+    ~HighPageText()
+    {
+        if (m_page)
+            VirtualFree(m_page, 0, MEM_RELEASE);
+    }
+    HighPageText(const HighPageText&) = delete;
+    HighPageText& operator=(const HighPageText&) = delete;
+    LPCSTR get() const { return m_page; }
+
+private:
+    char* m_page = nullptr;
+};
+
 class InvokeCommandTest : public ::testing::Test {
 protected:
     void SetUp() override
@@ -54,6 +79,10 @@ protected:
 TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLetterCase)
 {
     const wchar_t accented[] = L"Envoy\u00E9 \u00E0 Pelloc";
+    const HighPageText highCaption("send with PELLOC");
+    const HighPageText highOther("Send");
+    ASSERT_TRUE(highCaption.get() && highOther.get());
+    ASSERT_EQ(reinterpret_cast<UINT_PTR>(highOther.get()) & 0xFFFF0000u, 0u);
     char inCodePage[64] = {};
     BOOL lossy = FALSE;
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
@@ -74,11 +103,14 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
         {"another offset", kShort, Offset(3), nullptr, 5, false},
         {"offset 1, none recorded", kShort, Offset(1), nullptr, 0, false},
         {"offset 0xFFFF", kShort, Offset(0xFFFF), nullptr, 0, false},
-        {"offset 0, bits above 31 set", kShort, Offset(UINT_PTR{1} << 32), nullptr, 0, true},
+        {"narrow text above 4 GiB", kShort, highOther.get(), nullptr, 0, false},
+        {"narrow caption above 4 GiB", kShort, highCaption.get(), nullptr, 0, true},
         {"narrow caption", kShort, "SEND WITH pelloc", nullptr, 0, true},
         {"narrow other text", kShort, "Send with Pello", nullptr, 0, false},
         {"wide caption", kLong, "other", L"send WITH PELLOC", 0, true},
         {"null wide verb", kLong, "Send with Pelloc", nullptr, 0, false},
+        {"wide verb an offset", kLong, "Send with Pelloc", MAKEINTRESOURCEW(3), 0, false},
+        {"wide verb the highest offset", kLong, "Send with Pelloc", MAKEINTRESOURCEW(0xFFFF), 0, false},
         {"wide verb, structure not 104 bytes", kShort, "other", kCaption, 0, false},
         {"narrow verb, structure not 104 bytes", kLong - 8, "send with pelloc", L"other", 0, true},
         // Only a code page that can spell the caption can pass it.
