@@ -66,8 +66,7 @@ bool RunPlain(const wchar_t* file, const wchar_t* parameters, const wchar_t* dir
     }
     STARTUPINFOW startup = SenderStartupInfo();
     PROCESS_INFORMATION info = {};
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, directory, &startup,
-                        &info))
+    if (!CreateProcessW(file, commandLine.data(), nullptr, nullptr, FALSE, 0, nullptr, directory, &startup, &info))
         return false;
     UniqueKernelHandle process(info.hProcess);
     UniqueKernelHandle thread(info.hThread); // closed first
@@ -77,12 +76,12 @@ bool RunPlain(const wchar_t* file, const wchar_t* parameters, const wchar_t* dir
 
 } // namespace
 
-bool StartProcess(wchar_t* commandLine)
+bool StartProcess(const wchar_t* applicationName, wchar_t* commandLine)
 {
     STARTUPINFOW startup = SenderStartupInfo();
     PROCESS_INFORMATION info = {};
-    const bool started =
-        CreateProcessW(nullptr, commandLine, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &info) != FALSE;
+    const bool started = CreateProcessW(applicationName, commandLine, nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                                        &startup, &info) != FALSE;
     UniqueKernelHandle process(info.hProcess);
     UniqueKernelHandle thread(info.hThread); // closed first
     return started;
@@ -98,7 +97,7 @@ bool RunProgram(HWND hwnd, const wchar_t* file, const wchar_t* parameters, const
     return RunPlain(file, parameters, directory, waitMilliseconds, exitCodeOut);
 }
 
-bool LaunchSender(const wchar_t* listFileName)
+bool LaunchSender(const wchar_t* listFileName, ProcessStarter start)
 {
     if (!listFileName)
         return false;
@@ -106,13 +105,15 @@ bool LaunchSender(const wchar_t* listFileName)
 
     CWow64FsRedirector redirector;
     const std::wstring senderPath = SenderPathForLaunch();
-    if (!PathFileExistsW(senderPath.c_str()))
+    if (senderPath.empty() || !PathFileExistsW(senderPath.c_str()))
         return true;
 
-    // The sender's path goes unquoted; a line too long is cut and used as it is.
+    // The sender sees its path unquoted, as it always has; a line too long is cut and used as it
+    // is. The program started is named apart, by its full path, so that no "C:\Program.exe"
+    // standing at the path's first blank can be started instead.
     wchar_t commandLine[kCommandLineLength] = {};
     StringCchPrintfW(commandLine, kCommandLineLength, L"%ls %ls", senderPath.c_str(), argument.c_str());
-    if (!StartProcess(commandLine) && IsVistaOrLater())
+    if (!start(senderPath.c_str(), commandLine) && IsVistaOrLater())
         RunProgram(nullptr, senderPath.c_str(), argument.c_str(), nullptr, 0, nullptr, true);
     return true;
 }

@@ -36,7 +36,7 @@ void InsertOwnerDrawnItem(MenuPresentation& menu, HMENU hmenu, UINT indexMenu, U
 
 } // namespace
 
-HRESULT InsertMenuCommand(MenuPresentation& menu, const MenuResources& resources, HMENU& lastQueriedMenu,
+HRESULT InsertMenuCommand(MenuPresentation& menu, const MenuResources& resources, std::atomic<HMENU>& lastQueriedMenu,
                           HMENU hmenu, UINT indexMenu, UINT idCmdFirst, UINT flags)
 {
     if (flags & CMF_VERBSONLY)
@@ -45,10 +45,10 @@ HRESULT InsertMenuCommand(MenuPresentation& menu, const MenuResources& resources
         return E_FAIL;
     const bool senderInstalled = IsSenderInstalled();
 
-    // Remembered even when the sender turns out to be missing.
-    if (hmenu == lastQueriedMenu)
+    // Remembered even when the sender turns out to be missing. One exchange both tests and
+    // records, so two threads with one menu cannot both fill it.
+    if (lastQueriedMenu.exchange(hmenu) == hmenu)
         return E_FAIL;
-    lastQueriedMenu = hmenu;
 
     if (IsVistaOrLater()) {
         LoadMenuIcon(menu, resources);

@@ -1,8 +1,7 @@
 // The handler's shell methods: each hands its work to the routine that does it.
 #include "module/handler.h"
 
-#include <string>
-#include <vector>
+#include <atomic>
 
 #include "handoff/invoke_command.h"
 #include "menu/menu_insertion.h"
@@ -15,11 +14,11 @@ namespace quillet {
 namespace {
 
 // Every path of the last selection that had items, each shortcut preceded by its target.
-// Nothing in the module reads it.
-std::vector<std::wstring> g_selectedPaths;
+// Deliberately kept though nothing in the module reads it.
+SelectedPathList g_selectedPaths;
 
-// The menu last filled, or refused for a missing sender, by any handler object.
-HMENU g_lastQueriedMenu = nullptr;
+// The menu last filled, or refused for a missing sender, by any handler object on any thread.
+std::atomic<HMENU> g_lastQueriedMenu{nullptr};
 
 MenuResources Resources()
 {

@@ -5,6 +5,8 @@
 #include <windows.h>
 #include <shlobj.h>
 
+#include <atomic>
+
 #include "menu/menu_presentation.h"
 #include "quillet_idl.h"
 #include "selection/selected_item.h"
@@ -51,7 +53,7 @@ private:
     SelectedItems m_selectedItems;
 };
 
-// The GDI+ token of the most recently constructed handler (shared by all of them).
-extern ULONG_PTR g_gdiplusToken;
+// The GDI+ token of the most recently constructed handler, shared by all of them on all threads.
+extern std::atomic<ULONG_PTR> g_gdiplusToken;
 
 } // namespace quillet

@@ -6,7 +6,7 @@
 
 namespace quillet {
 
-ULONG_PTR g_gdiplusToken = 0;
+std::atomic<ULONG_PTR> g_gdiplusToken{0};
 
 CSDKelMN::CSDKelMN()
 {
@@ -25,7 +25,10 @@ HRESULT CSDKelMN::FinalConstruct()
     ChooseMenuCaption({ModuleInstance(), ModuleCriticalSection()}, m_menu.m_menuCaption);
 
     Gdiplus::GdiplusStartupInput input; // version 1, no callback, no suppression
-    Gdiplus::GdiplusStartup(&g_gdiplusToken, &input, nullptr);
+    // Started outside any lock; a start-up that fails leaves the token as it found it.
+    ULONG_PTR token = g_gdiplusToken.load();
+    Gdiplus::GdiplusStartup(&token, &input, nullptr);
+    g_gdiplusToken.store(token);
     return S_OK;
 }
 
@@ -40,8 +43,8 @@ void CSDKelMN::FinalRelease()
     m_menu.m_hbmpMenuCheck.reset();
     m_menu.m_hMenuFont.reset();
     // Deliberately the latest token, once per destroyed object: GDI+ counts start-ups itself.
-    if (g_gdiplusToken != 0)
-        Gdiplus::GdiplusShutdown(g_gdiplusToken);
+    if (const ULONG_PTR token = g_gdiplusToken.load(); token != 0)
+        Gdiplus::GdiplusShutdown(token);
 }
 
 } // namespace quillet

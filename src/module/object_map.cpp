@@ -41,8 +41,8 @@ HRESULT GetClassObjectFromMap(REFCLSID clsid, REFIID riid, void** ppv)
                     entry->cachedClassObject = factory;
             }
         }
-        if (entry->cachedClassObject)
-            hr = entry->cachedClassObject->QueryInterface(riid, ppv);
+        if (IUnknown* factory = entry->cachedClassObject.load())
+            hr = factory->QueryInterface(riid, ppv);
         break;
     }
     if (*ppv == nullptr && SUCCEEDED(hr))
@@ -53,10 +53,8 @@ HRESULT GetClassObjectFromMap(REFCLSID clsid, REFIID riid, void** ppv)
 void ReleaseCachedClassObjects()
 {
     for (ObjectMapEntry* entry = ObjectMapBegin(); entry != ObjectMapEnd(); ++entry) {
-        if (entry->cachedClassObject) {
-            entry->cachedClassObject->Release();
-            entry->cachedClassObject = nullptr;
-        }
+        if (IUnknown* factory = entry->cachedClassObject.exchange(nullptr))
+            factory->Release();
     }
 }
 

@@ -3,6 +3,8 @@
 #include <windows.h>
 #include <unknwn.h>
 
+#include <atomic>
+
 namespace quillet {
 
 using CreatorFn = HRESULT (*)(IUnknown* outer, REFIID riid, void** ppv);
@@ -12,7 +14,8 @@ struct ObjectMapEntry {
     CreatorFn createPlain;
     CreatorFn createAggregated;
     UINT registrationScriptId;
-    IUnknown* cachedClassObject; // one reference held until the module terminates
+    // One reference held until the module terminates; read without the lock, so atomic.
+    std::atomic<IUnknown*> cachedClassObject;
 };
 
 ObjectMapEntry* ObjectMapBegin();

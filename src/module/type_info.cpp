@@ -15,20 +15,18 @@ using Microsoft::WRL::ComPtr;
 // that implements it may be gone by then. TerminateModule releases it at an ordinary unload.
 ITypeInfo* g_typeInfo = nullptr;
 
-HRESULT LoadTypeInfo(LCID lcid)
+HRESULT LoadTypeInfo(LCID lcid, ComPtr<ITypeInfo>& info)
 {
     ComPtr<ITypeLib> library;
     HRESULT hr = LoadRegTypeLib(LIBID_QUILLETLib, 1, 0, lcid, library.GetAddressOf());
     if (FAILED(hr))
         return hr;
-    ComPtr<ITypeInfo> info;
-    hr = library->GetTypeInfoOfGuid(IID_IFTKelMN, info.GetAddressOf());
+    hr = library->GetTypeInfoOfGuid(IID_IFTKelMN, info.ReleaseAndGetAddressOf());
     if (FAILED(hr))
         return hr;
     ComPtr<ITypeInfo2> info2;
     if (SUCCEEDED(info.As(&info2)))
         info = info2;
-    g_typeInfo = info.Detach();
     return S_OK;
 }
 
@@ -39,15 +37,26 @@ HRESULT GetHandlerTypeInfo(LCID lcid, ITypeInfo** typeInfo)
     if (!typeInfo)
         return E_POINTER;
     *typeInfo = nullptr;
-    HRESULT hr = S_OK;
+    {
+        CriticalSectionScope lock(ModuleCriticalSection());
+        if (g_typeInfo) {
+            g_typeInfo->AddRef();
+            *typeInfo = g_typeInfo;
+            return S_OK;
+        }
+    }
+    // Loaded outside the lock, since it reads the registry and a file; two threads that both
+    // load keep the first and drop the second.
+    ComPtr<ITypeInfo> loaded;
+    const HRESULT hr = LoadTypeInfo(lcid, loaded);
+    if (FAILED(hr))
+        return hr;
     CriticalSectionScope lock(ModuleCriticalSection());
     if (!g_typeInfo)
-        hr = LoadTypeInfo(lcid);
-    if (g_typeInfo) {
-        g_typeInfo->AddRef();
-        *typeInfo = g_typeInfo;
-    }
-    return hr;
+        g_typeInfo = loaded.Detach();
+    g_typeInfo->AddRef();
+    *typeInfo = g_typeInfo;
+    return S_OK;
 }
 
 void ReleaseTypeInfo()

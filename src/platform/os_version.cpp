@@ -1,9 +1,12 @@
 #include "platform/os_version.h"
 
+#include <atomic>
+
 namespace quillet {
 namespace {
 
-LONG g_nativeOs64Bit = -1; // -1: not yet known
+// -1: not yet known. Threads that ask at once may each compute it; all store the same answer.
+std::atomic<LONG> g_nativeOs64Bit{-1};
 
 OSVERSIONINFOW QueryVersion()
 {
@@ -18,14 +21,8 @@ OSVERSIONINFOW QueryVersion()
     return info;
 }
 
-} // namespace
-
-bool IsNativeOs64Bit()
+bool NativeOs64Bit()
 {
-    if (g_nativeOs64Bit >= 0)
-        return g_nativeOs64Bit != 0;
-    g_nativeOs64Bit = 0;
-
     // Only a gate: a system that answers neither form is not examined further.
     OSVERSIONINFOEXW extended = {};
     extended.dwOSVersionInfoSize = sizeof(OSVERSIONINFOEXW);
@@ -43,12 +40,21 @@ bool IsNativeOs64Bit()
         return false;
     SYSTEM_INFO system = {};
     getNativeSystemInfo(&system);
-    if (system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||
-        system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_IA64) {
-        g_nativeOs64Bit = 1;
-        return true;
+    return system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_AMD64 ||
+           system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_IA64;
+}
+
+} // namespace
+
+bool IsNativeOs64Bit()
+{
+    LONG known = g_nativeOs64Bit.load();
+    if (known < 0) {
+        // Stored once, whole: no other thread may see a half-made answer.
+        known = NativeOs64Bit() ? 1 : 0;
+        g_nativeOs64Bit.store(known);
     }
-    return false;
+    return known != 0;
 }
 
 bool IsWindowsXP()

@@ -39,7 +39,8 @@ DropListReader::DropListReader(const void* block, SIZE_T blockBytes)
     } else {
         // Odd offset or odd size: copy once; a last half character reads as if a zero byte followed.
         m_wideCopy.assign(m_unitCount, L'\0');
-        std::memcpy(m_wideCopy.data(), list, listBytes);
+        if (listBytes != 0) // an empty vector may have no storage, and memcpy takes no null
+            std::memcpy(m_wideCopy.data(), list, listBytes);
         m_wideUnits = m_wideCopy.data();
     }
     m_endsInsideBlock = FindNames(m_wideUnits, m_unitCount, listBytes / sizeof(wchar_t)) && headerInside;

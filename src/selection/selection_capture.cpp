@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "platform/handles.h"
 #include "platform/wow64_redirector.h"
@@ -24,8 +25,10 @@ bool HasShortcutExtension(std::wstring_view path)
 }
 
 // Here paths of MAX_PATH characters or more are cut to MAX_PATH - 1; the records keep them whole.
-void RefillSelectedPaths(DropListReader& reader, UINT count, std::vector<std::wstring>& paths)
+// Resolving shortcuts is slow, so the list is built here, away from the shared one.
+std::vector<std::wstring> ListSelectedPaths(DropListReader& reader, UINT count)
 {
+    std::vector<std::wstring> paths;
     paths.reserve(std::min(count, reader.Count()));
     for (UINT index = 0; index < count; ++index) {
         wchar_t buffer[MAX_PATH] = {};
@@ -41,11 +44,12 @@ void RefillSelectedPaths(DropListReader& reader, UINT count, std::vector<std::ws
         }
         paths.emplace_back(path);
     }
+    return paths;
 }
 
 } // namespace
 
-HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, std::vector<std::wstring>& paths)
+HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, SelectedPathList& paths)
 {
     if (!data)
         return E_FAIL;
@@ -70,11 +74,13 @@ HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, std::vector<st
         return E_FAIL;
     }
 
-    paths.clear();
+    std::vector<std::wstring> selectedPaths;
     {
         CWow64FsRedirector redirector;
-        RefillSelectedPaths(reader, count, paths);
+        selectedPaths = ListSelectedPaths(reader, count);
     }
+    // The last selection that had items wins, whichever thread made it.
+    paths.Replace(std::move(selectedPaths));
     CollectSelectedItems(dropList, dropListBytes, items);
     return S_OK;
 }

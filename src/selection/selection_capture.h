@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "selection/selected_item.h"
+#include "selection/selected_paths.h"
 
 namespace quillet {
 
 // IShellExtInit::Initialize's work: the drop list of `data` into items, each marked file or
 // folder, and into paths (cut to MAX_PATH - 1, each shortcut preceded by its target). E_FAIL
 // without a drop list, leaving both alone, or with an empty one, which empties items only.
-HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, std::vector<std::wstring>& paths);
+HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, SelectedPathList& paths);
 
 // The target path stored in a shortcut file, or "" when it cannot be read. The link is not
 // resolved, so a moved target is not searched for.

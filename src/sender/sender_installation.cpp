@@ -9,13 +9,28 @@
 #include "platform/handles.h"
 
 namespace quillet {
+namespace {
+
+// A folder the sender can be trusted to be in: a drive letter with its root ("C:\...") or a
+// network name ("\\server\..."). Anything else would be looked up from the host's current
+// folder, where whoever controls it could plant a "Pelloc.exe" of their own.
+bool IsAbsoluteFolder(const wchar_t* path)
+{
+    const wchar_t letter = static_cast<wchar_t>(path[0] | 0x20);
+    if (letter >= L'a' && letter <= L'z' && path[1] == L':' && path[2] == L'\\')
+        return true;
+    return path[0] == L'\\' && path[1] == L'\\' && path[2] != L'\\' && path[2] != L'\0';
+}
+
+} // namespace
 
 std::wstring GetSenderDirectory()
 {
     wchar_t buffer[MAX_PATH] = {};
     DWORD type = REG_SZ;
     DWORD size = sizeof(buffer);
-    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS)
+    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS ||
+        !IsAbsoluteFolder(buffer))
         return std::wstring();
 
     // Index of the terminator when the value carries one, else of its last character;
@@ -34,13 +49,17 @@ std::wstring GetSenderDirectory()
 
 bool IsSenderInstalled()
 {
-    return PathFileExistsW((GetSenderDirectory() + kSenderFileName).c_str()) != FALSE;
+    const std::wstring folder = GetSenderDirectory();
+    return !folder.empty() && PathFileExistsW((folder + kSenderFileName).c_str()) != FALSE;
 }
 
 std::wstring ReadSenderLanguage()
 {
-    // Plain concatenation: a doubled separator is harmless, and an unknown folder gives "\config.ini".
-    const std::wstring path = GetSenderDirectory() + L"\\config.ini";
+    const std::wstring folder = GetSenderDirectory();
+    if (folder.empty())
+        return std::wstring();
+    // Plain concatenation: the folder's separator is doubled, which the file system accepts.
+    const std::wstring path = folder + L"\\config.ini";
     wchar_t language[1000] = {};
     GetPrivateProfileStringW(L"UI", L"language", L"", language, static_cast<DWORD>(std::size(language)),
                              path.c_str());
@@ -59,8 +78,9 @@ DWORD ReadMenuOption()
     BYTE data[4096] = {};
     DWORD type = 0;
     DWORD size = sizeof(data);
+    // A DWORD of another size is no setting the sender wrote.
     if (RegQueryValueExW(key.get(), kMenuOptionValue, nullptr, &type, data, &size) != ERROR_SUCCESS ||
-        type != REG_DWORD)
+        type != REG_DWORD || size != sizeof(DWORD))
         return 1;
     DWORD value = 0;
     std::memcpy(&value, data, sizeof(value));
@@ -76,7 +96,9 @@ std::wstring SenderPathForLaunch()
     SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, path, &size);
     // A value that did not fit may have left the buffer unterminated.
     path[MAX_PATH - 1] = L'\0';
-    // Without a registered folder this names the bare file; no other place is searched.
+    // No registered folder, or one named relative to whatever folder the host is in: no sender.
+    if (!IsAbsoluteFolder(path))
+        return std::wstring();
     PathAppendW(path, kSenderFileName);
     return path;
 }

@@ -17,17 +17,20 @@ inline constexpr wchar_t kSenderFileName[] = L"Pelloc.exe";
 inline constexpr wchar_t kSenderProfileKey[] = L"SOFTWARE\\Pelloc\\Profile";
 inline constexpr wchar_t kMenuOptionValue[] = L"MenuOption";
 
-// The folder with a trailing backslash, or "" when unknown.
+// The folder with a trailing backslash, or "" when unknown: no "Path" value, or one that is not
+// absolute (a drive letter and a backslash, or a network name).
 std::wstring GetSenderDirectory();
-// Whether the sender's file is in that folder; with the folder unknown, the bare file name is
-// tested.
+// Whether the sender's file is in that folder; never when the folder is unknown.
 bool IsSenderInstalled();
-// "language" in section "UI" of the sender's "config.ini", or "" when there is none.
+// "language" in section "UI" of the sender's "config.ini", or "" when there is none or the
+// folder is unknown (then no file is read).
 std::wstring ReadSenderLanguage();
-// "MenuOption": 0 hides the command; anything else, or nothing readable, shows it.
+// "MenuOption": 0 hides the command; anything else, or nothing readable (a value that is no
+// 4-byte REG_DWORD), shows it.
 DWORD ReadMenuOption();
 // The sender's full path as the launch finds it, by a lookup of its own that does not share
-// GetSenderDirectory's rules; it may name no file at all.
+// GetSenderDirectory's buffer rules; "" when the "Path" value is missing or not absolute. It
+// may name no file at all.
 std::wstring SenderPathForLaunch();
 
 } // namespace quillet

@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <locale.h>
+#include <optional>
 #include <random>
+#include <thread>
 #include <utility>
 
 #include "common/drop_data_object.h"
@@ -141,6 +143,118 @@ TEST_F(InProcess, OutOfRangeArgumentsGetTheStatedAnswers)
         }
         if (popup)
             DestroyMenu(popup);
+    }
+}
+
+// Explorer gives each window a thread: selections with shortcuts built on four threads at once,
+// each by its own handler, must all succeed and never take the process down.
+TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
+{
+    // Files, each fourth followed by a shortcut to it: shortcuts are slow to read, so threads
+    // overlap while they fill the shared path list.
+    std::vector<std::wstring> paths;
+    for (int i = 0; i < 130; ++i) {
+        paths.push_back(temp.path() + L"\\file" + std::to_wstring(i) + L".txt");
+        ASSERT_TRUE(WriteFileBytes(paths.back(), "x", 1));
+        if (i % 4 == 0) {
+            ComPtr<IShellLinkW> link;
+            ComPtr<IPersistFile> file;
+            paths.push_back(temp.path() + L"\\link" + std::to_wstring(i) + L".lnk");
+            ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&link)), S_OK);
+            ASSERT_TRUE(SUCCEEDED(link->SetPath(paths[paths.size() - 2].c_str())) && SUCCEEDED(link.As(&file)) &&
+                        SUCCEEDED(file->Save(paths.back().c_str(), TRUE)));
+        }
+    }
+    const std::vector<BYTE> dropList = WideDropFiles(paths);
+    const ULONGLONG deadline = GetTickCount64() + 2000;
+    struct Outcome {
+        int calls = 0;
+        int failures = 0;
+    } outcomes[4];
+    std::vector<std::thread> threads;
+    for (Outcome& outcome : outcomes) {
+        threads.emplace_back([&] {
+            CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+            {
+                ComPtr<IClassFactory> ownFactory;
+                ComPtr<IShellExtInit> init;
+                if (module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&ownFactory)) != S_OK ||
+                    ownFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)) != S_OK) {
+                    outcome.failures = -1;
+                } else {
+                    ComPtr<DropDataObject> data = DropDataObject::Create(dropList);
+                    for (; outcome.calls < 2 || GetTickCount64() < deadline; ++outcome.calls)
+                        outcome.failures += init->Initialize(nullptr, data.Get(), nullptr) != S_OK;
+                }
+            }
+            CoUninitialize();
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const Outcome& outcome : outcomes) {
+        EXPECT_EQ(outcome.failures, 0);
+        EXPECT_GE(outcome.calls, 2);
+    }
+}
+
+// Hosts whose current folder, or the drive's root, holds a "Pelloc.exe" (with a config.ini
+// naming zh-CN) that the sender's registration does not name: no command, no such caption, and
+// nothing started, whatever the "Path" value is short of an absolute folder.
+TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
+{
+    const TempFolder current(L"downloads");
+    const std::wstring root = L"C:\\";
+    ASSERT_EQ(_wcsnicmp(current.path.c_str(), root.c_str(), 3), 0);
+    const std::wstring places[] = {current.path + L"\\", current.path + L"\\Pelloc\\", root};
+    ASSERT_TRUE(CreateDirectoryW(places[1].c_str(), nullptr));
+    const std::string ini = "[UI]\r\nlanguage=zh-CN\r\n";
+    for (const std::wstring& place : places) {
+        ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"recording-sender.exe").c_str(), (place + L"Pelloc.exe").c_str(),
+                              FALSE));
+        ASSERT_TRUE(WriteFileBytes(place + L"config.ini", ini.data(), ini.size()));
+    }
+    wchar_t hostFolder[MAX_PATH] = {};
+    GetCurrentDirectoryW(MAX_PATH, hostFolder);
+    ASSERT_TRUE(SetCurrentDirectoryW(current.path.c_str()));
+
+    const struct {
+        const char* what;
+        std::optional<std::wstring> path; // nothing: no value
+    } cases[] = {
+        {"no Path value", std::nullopt},
+        {"an empty Path", L""},
+        {"a relative Path", L"Pelloc"},
+        {"a Path rooted on no drive", L"\\"},
+    };
+    for (const auto& c : cases) {
+        if (c.path)
+            sender.SetString(*c.path);
+        else
+            sender.Delete();
+        ComPtr<IShellExtInit> init;
+        ComPtr<IContextMenu3> menu = NewHandler(&init);
+        ASSERT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({item})).Get(), nullptr), S_OK);
+        HMENU popup = CreatePopupMenu();
+        EXPECT_EQ(menu->QueryContextMenu(popup, 0, 1, 100, CMF_NORMAL), S_OK) << c.what;
+        EXPECT_EQ(GetMenuItemCount(popup), 0) << c.what;
+        DestroyMenu(popup);
+        CMINVOKECOMMANDINFOEX byCaption = {};
+        byCaption.cbSize = sizeof(byCaption);
+        byCaption.lpVerb = "verb";
+        byCaption.lpVerbW = L"\u4EE5Pelloc \u4F20\u8F93";
+        EXPECT_EQ(menu->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&byCaption)), E_INVALIDARG)
+            << c.what << ": a config.ini was read";
+        EXPECT_EQ(InvokeFirst(menu.Get()), S_OK) << c.what;
+    }
+    SetCurrentDirectoryW(hostFolder);
+    Sleep(1500); // time for a planted program to leave its record
+    for (const std::wstring& place : places) {
+        EXPECT_EQ(GetFileAttributesW((place + L"record.done").c_str()), INVALID_FILE_ATTRIBUTES)
+            << "started: " << testing::PrintToString(place);
+        for (const wchar_t* name : {L"Pelloc.exe", L"config.ini", L"record.done", L"command-line.txt",
+                                    L"current-directory.txt", L"transfer-list.bin"})
+            DeleteFileW((place + name).c_str());
     }
 }
 

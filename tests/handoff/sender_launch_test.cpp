@@ -17,17 +17,6 @@ protected:
     const test::InstalledSender m_sender{m_folder};
 };
 
-TEST_F(StartRoutinesTest, StartProcessStartsTheLineAsItStands)
-{
-    std::wstring line = L"\"" + m_sender.path + L"\" /transferfilelist=\"a b\"";
-
-    ASSERT_TRUE(StartProcess(line.data()));
-
-    const auto record = test::TakeRecord(m_folder);
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->commandLine, line);
-}
-
 // Plain: "file" parameters, in directory. Elevated from Windows Vista on: through the shell, the
 // path and the parameters handed over apart. Either way waited for, its exit code reported.
 TEST_F(StartRoutinesTest, RunProgramWaitsAndReportsTheExitCode)

@@ -55,7 +55,7 @@ protected:
     // The sender's setting, absent unless a test sets it; restored afterwards.
     test::ScopedRegistryValue option{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
     MenuPresentation presentation;
-    HMENU lastQueried = nullptr;
+    std::atomic<HMENU> lastQueried{nullptr};
 };
 
 TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
@@ -76,7 +76,7 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
         EXPECT_EQ(GetMenuItemID(menu.get(), 2), 2u);
         EXPECT_EQ(item.m_idCmdFirst, kIdCmdFirst);
         EXPECT_EQ(item.m_menuItemState, 0);
-        EXPECT_EQ(lastQueried, menu.get());
+        EXPECT_EQ(lastQueried.load(), menu.get());
 
         MENUITEMINFOW info = {};
         info.cbSize = sizeof(info);
@@ -106,6 +106,7 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
     test::FakeSender sender;
     test::ScopedRegistryValue nativeView(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_64KEY);
     const DWORD zero = 0, two = 2;
+    const DWORD64 zeroes = 0;
     const struct {
         const char* what;
         DWORD type;
@@ -119,6 +120,8 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
         {"2", REG_DWORD, &two, 4, false, true},
         {"the string \"0\"", REG_SZ, L"0", 4, false, true},
         {"two zero bytes", REG_BINARY, &zero, 2, false, true},
+        {"a DWORD of two zero bytes", REG_DWORD, &zero, 2, false, true},
+        {"a DWORD of eight zero bytes", REG_DWORD, &zeroes, 8, false, true},
         {"0 in the 64-bit view only", REG_DWORD, &zero, 4, true, true},
     };
     // One menu after the other: the setting is read at every call.
@@ -131,7 +134,7 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
         lastQueried = nullptr;
         EXPECT_EQ(Query(menu), c.shown ? 1 : E_FAIL) << c.what;
         EXPECT_EQ(menu.count(), c.shown ? 4 : 3) << c.what;
-        EXPECT_EQ(lastQueried, c.shown ? menu.get() : nullptr) << c.what; // a hidden command claims no menu
+        EXPECT_EQ(lastQueried.load(), c.shown ? menu.get() : nullptr) << c.what; // a hidden command claims no menu
     }
 }
 
@@ -142,7 +145,7 @@ TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButTheMenuCountsAsFilled)
         test::FakeSender missing(false);
         EXPECT_EQ(Query(menus[0], CMF_NORMAL), S_OK);
         EXPECT_EQ(Query(menus[1], CMF_CANRENAME), S_OK);
-        EXPECT_EQ(lastQueried, menus[1].get());
+        EXPECT_EQ(lastQueried.load(), menus[1].get());
     }
     // The item is prepared all the same.
     if (RunsAsOlderWindows()) {
@@ -166,7 +169,7 @@ TEST_F(QueryContextMenuTest, VerbsOnlyIsRefusedBeforeAnythingElse)
     EXPECT_EQ(Query(menu, CMF_VERBSONLY), E_FAIL);
     EXPECT_EQ(Query(menu, CMF_VERBSONLY | CMF_EXPLORE), E_FAIL);
     EXPECT_EQ(menu.count(), 3);
-    EXPECT_EQ(lastQueried, nullptr);
+    EXPECT_EQ(lastQueried.load(), nullptr);
     EXPECT_FALSE(presentation.m_hbmpMenuIcon || presentation.m_hbmpMenuCheck);
     EXPECT_EQ(Query(menu), 1); // the same menu may still be filled
 }

@@ -32,7 +32,12 @@ protected:
         CoUninitialize();
     }
 
-    HRESULT Initialize(IDataObject* data) { return CaptureSelection(data, m_items, m_paths); }
+    HRESULT Initialize(IDataObject* data)
+    {
+        const HRESULT hr = CaptureSelection(data, m_items, m_shared);
+        m_paths = m_shared.Copy();
+        return hr;
+    }
     HRESULT Select(const Paths& paths)
     {
         return Initialize(test::DropDataObject::Create(test::WideDropFiles(paths)).Get());
@@ -69,6 +74,7 @@ protected:
 
     const std::wstring m_folder = test::MakeTempFolder(L"selection");
     SelectedItems m_items;
+    SelectedPathList m_shared;
     Paths m_paths;
 };
 

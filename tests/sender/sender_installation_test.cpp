@@ -10,11 +10,12 @@ namespace quillet {
 namespace {
 
 // One separator goes where the terminator is, or for a value without one where its last
-// character is unless that is a separator already; no room for it or no value: unknown.
+// character is unless that is a separator already; no room for it, no value, or a value that
+// is not absolute (it would be looked up from the host's current folder): unknown.
 TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
 {
     test::ScopedRegistryValue value(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
-    const std::wstring full = std::wstring(259, L'q') + L"\\";
+    const std::wstring full = L"C:\\" + std::wstring(256, L'q') + L"\\";
     const struct {
         std::optional<std::wstring> stored;
         bool terminated; // else stored as binary: the registry may add a string's missing terminator
@@ -22,8 +23,20 @@ TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
     } cases[] = {
         {L"C:\\Program Files\\Pelloc", true, L"C:\\Program Files\\Pelloc\\"},
         {L"C:\\Program Files\\Pelloc\\", true, L"C:\\Program Files\\Pelloc\\\\"},
-        {std::wstring(258, L'p'), true, std::wstring(258, L'p') + L"\\"},
-        {std::wstring(259, L'p'), true, L""},
+        {L"C:\\" + std::wstring(255, L'p'), true, L"C:\\" + std::wstring(255, L'p') + L"\\"},
+        {L"C:\\" + std::wstring(256, L'p'), true, L""},
+        {L"z:\\", true, L"z:\\\\"},
+        {L"\\\\server\\share", true, L"\\\\server\\share\\"},
+        {L"\\\\?\\C:\\Pelloc", true, L"\\\\?\\C:\\Pelloc\\"},
+        {L"", true, L""},
+        {L"Pelloc", true, L""},
+        {L"Program Files\\Pelloc", true, L""},
+        {L"\\Pelloc", true, L""},
+        {L"\\\\", true, L""},
+        {L"\\\\\\server", true, L""},
+        {L"C:", true, L""},
+        {L"C:Pelloc", true, L""},
+        {L"1:\\Pelloc", true, L""},
         {L"C:\\" + std::wstring(297, L'p'), true, L""},
         {std::nullopt, true, L""},
         {L"C:\\Pelloc", false, L"C:\\Pello\\"},

@@ -1,7 +1,5 @@
 #include "common/files.h"
 
-#include <shellapi.h>
-
 #include <vector>
 
 #include "platform/handles.h"
@@ -40,13 +38,30 @@ void RemoveTree(const std::wstring& folder)
 {
     if (folder.size() < 4)
         return;
-    std::wstring from = folder;
-    from.push_back(L'\0'); // the list is double-terminated
-    SHFILEOPSTRUCTW operation = {};
-    operation.wFunc = FO_DELETE;
-    operation.pFrom = from.c_str();
-    operation.fFlags = FOF_NO_UI;
-    SHFileOperationW(&operation);
+    // The \\?\ form reaches paths of MAX_PATH characters and more, which tests make on purpose;
+    // the shell's own delete gives up on the whole tree at the first of them.
+    const std::wstring root = folder.rfind(L"\\\\?\\", 0) == 0 ? folder : L"\\\\?\\" + folder;
+    WIN32_FIND_DATAW found = {};
+    const HANDLE search = FindFirstFileW((root + L"\\*").c_str(), &found);
+    if (search != INVALID_HANDLE_VALUE) {
+        do {
+            const std::wstring name = found.cFileName;
+            if (name == L"." || name == L"..")
+                continue;
+            const std::wstring path = root + L"\\" + name;
+            if ((found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) &&
+                !(found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT)) {
+                RemoveTree(path);
+            } else if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
+                RemoveDirectoryW(path.c_str()); // a link: the folder it names is not ours
+            } else {
+                SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+                DeleteFileW(path.c_str());
+            }
+        } while (FindNextFileW(search, &found));
+        FindClose(search);
+    }
+    RemoveDirectoryW(root.c_str());
 }
 
 bool WriteFileBytes(const std::wstring& path, const void* data, size_t bytes)
