@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <locale.h>
+#include <malloc.h>
 #include <optional>
 #include <random>
 #include <thread>
@@ -192,6 +193,12 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     }
     for (std::thread& thread : threads)
         thread.join();
+    // Lists torn by two threads at once do not always crash at once: look at every heap too.
+    HANDLE heaps[64] = {};
+    const DWORD heapCount = GetProcessHeaps(64, heaps);
+    for (DWORD i = 0; i < heapCount && i < 64; ++i)
+        EXPECT_TRUE(HeapValidate(heaps[i], 0, nullptr)) << "heap " << i << " is damaged";
+    EXPECT_EQ(_heapchk(), _HEAPOK);
     for (const Outcome& outcome : outcomes) {
         EXPECT_EQ(outcome.failures, 0);
         EXPECT_GE(outcome.calls, 2);
