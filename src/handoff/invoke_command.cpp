@@ -35,7 +35,7 @@ bool AcceptsVerb(const CMINVOKECOMMANDINFO& info, const wchar_t* caption, int me
 {
     // A pointer below 0x10000 is a command offset; any other is a string, whatever its low bits.
     if (IS_INTRESOURCE(info.lpVerb)) {
-        // 0 is the one command there is; it is accepted whatever the insertion recorded.
+        // 0 is the one command there is; deliberately accepted whatever the insertion recorded.
         const int offset = static_cast<int>(reinterpret_cast<UINT_PTR>(info.lpVerb));
         return offset == menuItemState || offset == 0;
     }
@@ -57,6 +57,7 @@ bool AcceptsVerb(const CMINVOKECOMMANDINFO& info, const wchar_t* caption, int me
 
 HRESULT HandOverSelection(SelectedItems& items)
 {
+    // "~ft": the prefix senders look for among temporary files; kept as it is on purpose.
     const std::wstring listFile = MakeTempFileName(L"~ft");
     const bool written = WriteTransferList(items, listFile.c_str());
     // The selection is spent either way; a second call needs a new selection.

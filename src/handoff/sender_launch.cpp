@@ -16,10 +16,12 @@
 namespace quillet {
 namespace {
 
-// The longest command line the plain start passes on, terminator included.
+// The longest command line the plain start passes on, terminator included: a fixed bound on
+// what a sender can receive, kept on purpose even though a longer line is cut.
 constexpr size_t kCommandLineLength = 520;
 
-// The show state is set without STARTF_USESHOWWINDOW, so the sender gets the default.
+// The show state is set without STARTF_USESHOWWINDOW, so the sender gets the default; kept so
+// on purpose, senders have always been started that way.
 STARTUPINFOW SenderStartupInfo()
 {
     STARTUPINFOW startup = {};
@@ -106,7 +108,7 @@ bool LaunchSender(const wchar_t* listFileName, ProcessStarter start)
     CWow64FsRedirector redirector;
     const std::wstring senderPath = SenderPathForLaunch();
     if (senderPath.empty() || !PathFileExistsW(senderPath.c_str()))
-        return true;
+        return true; // deliberately a success: the list, the handler's part, is written
 
     // The sender sees its path unquoted, as it always has; a line too long is cut and used as it
     // is. The program started is named apart, by its full path, so that no "C:\Program.exe"

@@ -9,7 +9,8 @@
 
 namespace quillet {
 
-// Table captions are copied into at most 128 bytes; only the string resource fills the buffer.
+// Table captions are copied into at most 128 bytes (63 characters), deliberately: the caption is
+// also the string verb hosts invoke by. Only the string resource fills the buffer.
 constexpr size_t kTableCaptionBytes = 128;
 
 // The module's own table, parsed by the first caller in the process and then only read: it

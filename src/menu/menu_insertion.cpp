@@ -45,7 +45,8 @@ HRESULT InsertMenuCommand(MenuPresentation& menu, const MenuResources& resources
         return E_FAIL;
     const bool senderInstalled = IsSenderInstalled();
 
-    // Remembered even when the sender turns out to be missing. One exchange both tests and
+    // Remembered even when the sender turns out to be missing, and never forgotten: deliberate,
+    // the shell asks more than once for one menu. One exchange both tests and
     // records, so two threads with one menu cannot both fill it.
     if (lastQueriedMenu.exchange(hmenu) == hmenu)
         return E_FAIL;

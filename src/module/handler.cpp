@@ -45,7 +45,8 @@ STDMETHODIMP CSDKelMN::InvokeCommand(CMINVOKECOMMANDINFO* pici)
         [&] { return RunCommand(pici, m_menu.m_menuCaption, m_menu.m_menuItemState, m_selectedItems); });
 }
 
-// No verb, help text or validation: the command is reached only by its identifier.
+// No verb, help text or validation, deliberately: the command is reached only by its identifier
+// or its caption, and the shell shows no status-bar help for it.
 STDMETHODIMP CSDKelMN::GetCommandString(UINT_PTR, UINT, UINT*, LPSTR, UINT)
 {
     return E_INVALIDARG;

@@ -13,6 +13,8 @@
 
 namespace quillet {
 
+// The opaque names (CSDKelMN, IFTKelMN, FTKel) are kept on purpose: they are what registration
+// has written on every machine, and a new name would add a second handler, not replace the first.
 class CSDKelMN : public IFTKelMN, public IContextMenu3, public IShellExtInit {
 public:
     CSDKelMN();

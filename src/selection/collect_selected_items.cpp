@@ -27,7 +27,8 @@ void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& i
     for (UINT index = 0; index < count; ++index) {
         wchar_t buffer[kItemPathLength] = {};
         if (reader.QueryFile(index, buffer, kItemPathLength) == 0) {
-            // One unreadable name spoils the whole selection.
+            // One unreadable name spoils the whole selection, deliberately: half a selection
+            // handed over would look like a complete one to the sender.
             items.clear();
             return;
         }

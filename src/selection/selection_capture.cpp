@@ -57,7 +57,7 @@ HRESULT CaptureSelection(IDataObject* data, SelectedItems& items, SelectedPathLi
     UniqueStgMedium medium;
     if (FAILED(data->GetData(&format, medium.put()))) {
         medium.get() = {}; // a failed call hands over nothing to release
-        return E_FAIL;
+        return E_FAIL;     // the previous selection is kept, on purpose
     }
     // Anything but global memory cannot be a drop list; locking it would misread it.
     if (medium.get().tymed != TYMED_HGLOBAL)

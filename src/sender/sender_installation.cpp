@@ -33,8 +33,10 @@ std::wstring GetSenderDirectory()
         !IsAbsoluteFolder(buffer))
         return std::wstring();
 
-    // Index of the terminator when the value carries one, else of its last character;
-    // an empty value wraps around and is rejected with the oversized ones.
+    // Index of the terminator when the value carries one, else of its last character; one test
+    // of that index decides, deliberately: a stored trailing separator is doubled, and an
+    // unterminated value's last character becomes the separator. An empty value wraps around
+    // and is rejected with the oversized ones.
     const DWORD last = size / 2 - 1;
     if (last >= MAX_PATH)
         return std::wstring();
@@ -68,7 +70,7 @@ std::wstring ReadSenderLanguage()
 
 DWORD ReadMenuOption()
 {
-    // The sender is a 32-bit program: its profile lives in the 32-bit view.
+    // Deliberately the 32-bit view: the sender is a 32-bit program and its profile lives there.
     UniqueRegKey key;
     if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, kSenderProfileKey, 0, KEY_QUERY_VALUE | KEY_WOW64_32KEY, key.put()) !=
         ERROR_SUCCESS) {
