@@ -3,6 +3,7 @@ import importlib.machinery
 import importlib.util
 import os
 import shutil
+import io
 import subprocess
 import sys
 import tempfile
@@ -95,6 +96,10 @@ int untested(int a) {
     if (a == 2) { return 30; }
     return 40;
 }
+int optimised_away(int a) {
+    const bool unused = a == 3;
+    return a;
+}
 """
 PLANTED_TEST = """
 int tested(int a);
@@ -103,7 +108,7 @@ int main() { return tested(1) == 10 && tested(5) == 20 ? 0 : 1; }
 
 
 class Judging(unittest.TestCase):
-    def test_a_tested_branch_is_killed_and_an_untested_one_survives(self):
+    def test_killed_survived_and_equivalent_by_object_code(self):
         compiler = shutil.which("c++") or shutil.which("g++")
         self.assertIsNotNone(compiler, "a native C++ compiler is needed")
         with tempfile.TemporaryDirectory() as root:
@@ -117,21 +122,45 @@ class Judging(unittest.TestCase):
             shutil.copytree(os.path.join(root, "src"), os.path.join(scratch, "src"))
             program = os.path.join(root, "planted_test")
 
+            built, compiled = [], []
+
             def build(path):
+                built.append(path)
                 return subprocess.run([compiler, "-o", program, os.path.join(scratch, path),
                                        os.path.join(root, "test.cpp")]).returncode == 0
+
+            def compile(path):
+                compiled.append(path)
+                done = subprocess.run([compiler, "-O2", "-c", "-o", program + ".o", os.path.join(scratch, path)])
+                with open(program + ".o", "rb") as handle:
+                    return handle.read() if done.returncode == 0 else None
 
             def test(path, time_limit):
                 return subprocess.run([program], timeout=time_limit).returncode == 0
 
             mutants = mutate.all_mutants(root, [os.path.join(root, "src")], ("equality",))
-            results = mutate.Runner(scratch, build, test).run(mutants)
+            results = mutate.Runner(scratch, build, test, compile=compile).run(mutants)
             outcomes = sorted((m.line, outcome) for m, outcome in results)
-            self.assertEqual(outcomes, [(3, "killed"), (7, "survived")])
+            self.assertEqual(outcomes, [(3, "killed"), (7, "survived"), (11, "equivalent")])
+            # The unmutated file is compiled once; an equivalent mutant is never built or tested.
+            self.assertEqual(len(compiled), 1 + len(mutants))
+            self.assertEqual(len(built), 1 + 2)
             # The tree that was mutated is the scratch copy, and it is left as it was.
             for tree in (root, scratch):
                 with open(os.path.join(tree, "src", "planted", "planted.cpp")) as handle:
                     self.assertEqual(handle.read(), PLANTED)
+
+
+class Reporting(unittest.TestCase):
+    def test_equivalent_and_not_built_are_left_out_of_the_score_on_the_last_line(self):
+        outcomes = ["killed", "killed", "killed", "survived", "equivalent", "equivalent", "not built"]
+        results = [(mutate.Mutant("src/a/f.cpp", line, 1, "literal", "1", "2", 0), outcome)
+                   for line, outcome in enumerate(outcomes)]
+        out = io.StringIO()
+        mutate.report(results, out)
+        lines = out.getvalue().splitlines()
+        self.assertEqual(lines[-1], "mutants: 3 killed, 1 survived, 2 equivalent, 1 not built (score 75.0%)")
+        self.assertIn("  src/a/f.cpp:4:1 literal: 1 -> 2", lines[lines.index("equivalent:"):])
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/drop_data_object.h"
+#include "support/guarded_block.h"
 #include "selection/drop_list_reader.h"
 
 namespace quillet {
@@ -92,30 +93,6 @@ private:
     std::mt19937 m_random;
 };
 
-// The block placed so that its last byte is the last readable one: one byte further faults.
-class GuardedBlock {
-public:
-    explicit GuardedBlock(const std::vector<BYTE>& bytes)
-    {
-        const size_t page = 4096;
-        const size_t pages = (bytes.size() + page - 1) / page + 1;
-        m_base = static_cast<BYTE*>(VirtualAlloc(nullptr, pages * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-        DWORD old = 0;
-        VirtualProtect(m_base + (pages - 1) * page, page, PAGE_NOACCESS, &old);
-        m_data = m_base + (pages - 1) * page - bytes.size();
-        if (!bytes.empty())
-            std::memcpy(m_data, bytes.data(), bytes.size());
-    }
-    ~GuardedBlock() { VirtualFree(m_base, 0, MEM_RELEASE); }
-    GuardedBlock(const GuardedBlock&) = delete;
-    GuardedBlock& operator=(const GuardedBlock&) = delete;
-    HDROP Drop() const { return reinterpret_cast<HDROP>(m_data); }
-
-private:
-    BYTE* m_base = nullptr;
-    BYTE* m_data = nullptr;
-};
-
 // The reader reads each block where one byte past its end faults. DragQueryFileW reads a copy
 // followed by zeros: on a malformed block it would read on past the end, and the reader answers
 // as if zeros followed. Where the reader finds the list closed inside, the count is left to
@@ -133,7 +110,7 @@ TEST(DropListReader, AnswersAsDragQueryFileWithoutReadingPastTheBlock)
         std::vector<BYTE> padded = bytes;
         padded.resize(bytes.size() + 64, 0);
         const UniqueGlobal real = test::MakeGlobal(padded);
-        const GuardedBlock guarded(bytes);
+        const test::GuardedBlock guarded(bytes.data(), bytes.size());
         DropListReader reader(guarded.Drop(), bytes.size());
         const std::string what = (wide ? "wide" : "ANSI") + std::string(malformed ? " malformed" : "") + " list " +
                                  std::to_string(round);
