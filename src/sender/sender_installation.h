@@ -18,7 +18,8 @@ inline constexpr wchar_t kSenderProfileKey[] = L"SOFTWARE\\Pelloc\\Profile";
 inline constexpr wchar_t kMenuOptionValue[] = L"MenuOption";
 
 // The folder with a trailing backslash, or "" when unknown: no "Path" value, or one that is not
-// absolute (a drive letter and a backslash, or a network name).
+// absolute (a drive letter and a backslash, or a network name). A value with a NUL before its
+// last character ends at that NUL, without the separator, which goes after the whole value.
 std::wstring GetSenderDirectory();
 // Whether the sender's file is in that folder; never when the folder is unknown.
 bool IsSenderInstalled();

@@ -126,8 +126,12 @@ void Registry(std::string_view input)
         return;
     }
     const std::wstring folder = GetSenderDirectory();
-    Require(folder.empty() || (folder.back() == L'\\' && folder.size() <= MAX_PATH),
-            "the sender's folder is unknown or ends in one backslash within MAX_PATH");
+    // A NUL inside the value ends the folder there, before the separator goes in.
+    const std::wstring_view stored(reinterpret_cast<const wchar_t*>(input.data()), input.size() / sizeof(wchar_t));
+    const size_t text = std::min(stored.find(L'\0'), stored.size());
+    const bool cutInside = text + 1 < stored.size();
+    Require(folder.size() <= MAX_PATH && (folder.empty() || folder.back() == L'\\' || cutInside),
+            "the sender's folder is unknown, ends in a backslash, or ends at a NUL inside the value");
     IsSenderInstalled();
     ReadSenderLanguage();
     SenderPathForLaunch();
