@@ -82,8 +82,11 @@ ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& paths)
             ids.push_back(id);
     }
     ComPtr<IShellItemArray> items;
-    SHCreateShellItemArrayFromIDLists(static_cast<UINT>(ids.size()), const_cast<PCIDLIST_ABSOLUTE*>(ids.data()),
-                                      items.GetAddressOf());
+    const HRESULT hr = SHCreateShellItemArrayFromIDLists(
+        static_cast<UINT>(ids.size()), const_cast<PCIDLIST_ABSOLUTE*>(ids.data()), items.GetAddressOf());
+    if (FAILED(hr) || ids.size() != paths.size())
+        std::fprintf(stderr, "%zu of %zu paths parsed, item array %08lx\n", ids.size(), paths.size(),
+                     static_cast<unsigned long>(hr));
     for (PIDLIST_ABSOLUTE id : ids)
         CoTaskMemFree(id);
     return items;
