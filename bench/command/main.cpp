@@ -46,11 +46,15 @@ double Percentile(std::vector<double> values, double fraction)
 
 constexpr size_t kFilesPerFolder = 100;
 
+// Taken once: the Invoke rows point TMP elsewhere while they run.
 std::wstring BenchFolder()
 {
-    wchar_t temp[MAX_PATH + 1] = {};
-    GetTempPathW(MAX_PATH + 1, temp);
-    return std::wstring(temp) + L"quillet-command-bench";
+    static const std::wstring folder = [] {
+        wchar_t temp[MAX_PATH + 1] = {};
+        GetTempPathW(MAX_PATH + 1, temp);
+        return std::wstring(temp) + L"quillet-command-bench";
+    }();
+    return folder;
 }
 
 std::vector<std::wstring> MakeFiles(size_t count)
@@ -193,7 +197,12 @@ void BenchInvoke(IExplorerCommand* command, size_t count)
 {
     const std::vector<std::wstring> paths = MakeFiles(count);
     ComPtr<IShellItemArray> items = ItemArray(paths);
+    if (!items)
+        return;
     const std::wstring temp = quillet::test::MakeTempFolder(L"bench-lists");
+    wchar_t oldTmp[MAX_PATH] = {}, oldTemp[MAX_PATH] = {};
+    GetEnvironmentVariableW(L"TMP", oldTmp, MAX_PATH);
+    GetEnvironmentVariableW(L"TEMP", oldTemp, MAX_PATH);
     SetEnvironmentVariableW(L"TMP", temp.c_str());
     SetEnvironmentVariableW(L"TEMP", temp.c_str());
     const int rounds = count >= 100000 ? 1 : 3;
@@ -216,6 +225,8 @@ void BenchInvoke(IExplorerCommand* command, size_t count)
     const double a = Percentile(ours, 0.5), b = Percentile(floor, 0.5);
     std::printf("Invoke %7zu items: %9.1f ms, floor %9.1f ms, ratio %.2fx (%d round%s, list %zu bytes)\n", count, a,
                 b, a / b, rounds, rounds == 1 ? "" : "s", bytes.size());
+    SetEnvironmentVariableW(L"TMP", oldTmp);
+    SetEnvironmentVariableW(L"TEMP", oldTemp);
     quillet::test::RemoveTree(temp);
 }
 

@@ -82,23 +82,35 @@ void MakeShortcut(const std::wstring& link, const std::wstring& target)
     ASSERT_EQ(file->Save(link.c_str(), TRUE), S_OK);
 }
 
+// One reference count for every interface of Base; deleted at zero.
+template <typename Base>
+class Counted : public Base {
+public:
+    virtual ~Counted() = default;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        const ULONG refs = --m_refs;
+        if (refs == 0)
+            delete this;
+        return refs;
+    }
+
+private:
+    ULONG m_refs = 1;
+};
+
+struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
+
 // Shell items that are nothing but their paths, served in batches as Explorer's array does.
-class PathItems final : public IShellItemArray, public IEnumShellItems {
-    class Item final : public IShellItem {
+class PathItems final : public Counted<ArrayAndEnumerator> {
+    class Item final : public Counted<IShellItem> {
     public:
         explicit Item(std::wstring path) : m_path(std::move(path)) {}
         STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
         {
             *ppv = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IShellItem) ? this : nullptr;
             return *ppv ? (AddRef(), S_OK) : E_NOINTERFACE;
-        }
-        STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
-        STDMETHODIMP_(ULONG) Release() override
-        {
-            const ULONG refs = --m_refs;
-            if (refs == 0)
-                delete this;
-            return refs;
         }
         STDMETHODIMP BindToHandler(IBindCtx*, REFGUID, REFIID, void**) override { return E_NOTIMPL; }
         STDMETHODIMP GetParent(IShellItem**) override { return E_NOTIMPL; }
@@ -114,7 +126,6 @@ class PathItems final : public IShellItemArray, public IEnumShellItems {
         STDMETHODIMP Compare(IShellItem*, SICHINTF, int*) override { return E_NOTIMPL; }
 
     private:
-        ULONG m_refs = 1;
         const std::wstring m_path;
     };
 
@@ -128,14 +139,6 @@ public:
         else if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IShellItemArray))
             *ppv = static_cast<IShellItemArray*>(this);
         return *ppv ? (AddRef(), S_OK) : E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG refs = --m_refs;
-        if (refs == 0)
-            delete this;
-        return refs;
     }
     STDMETHODIMP BindToHandler(IBindCtx*, REFGUID, REFIID, void**) override { return E_NOTIMPL; }
     STDMETHODIMP GetPropertyStore(GETPROPERTYSTOREFLAGS, REFIID, void**) override { return E_NOTIMPL; }
@@ -179,7 +182,6 @@ public:
     STDMETHODIMP Clone(IEnumShellItems**) override { return E_NOTIMPL; }
 
 private:
-    ULONG m_refs = 1;
     size_t m_next = 0;
     const std::vector<std::wstring> m_paths;
 };
@@ -230,10 +232,9 @@ protected:
         return bytes;
     }
 
-    // What Quillet.dll writes when the same paths are selected and its command chosen.
-    std::optional<std::string> ClassicList(const std::vector<std::wstring>& paths)
+    // A Quillet.dll handler given these paths, as Explorer gives a classic handler a selection.
+    ComPtr<IContextMenu> ClassicHandler(const std::vector<std::wstring>& paths)
     {
-        ModuleLibrary classic(ModulePath());
         ComPtr<IClassFactory> classicFactory;
         ComPtr<IShellExtInit> init;
         ComPtr<IContextMenu> menu;
@@ -241,23 +242,22 @@ protected:
         EXPECT_EQ(classicFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)), S_OK);
         EXPECT_EQ(init.As(&menu), S_OK);
         EXPECT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles(paths)).Get(), nullptr), S_OK);
+        return menu;
+    }
+
+    // What Quillet.dll writes when the same paths are selected and its command chosen.
+    std::optional<std::string> ClassicList(const std::vector<std::wstring>& paths)
+    {
         CMINVOKECOMMANDINFO invoke = {};
         invoke.cbSize = sizeof(invoke);
-        EXPECT_EQ(menu->InvokeCommand(&invoke), S_OK);
+        EXPECT_EQ(ClassicHandler(paths)->InvokeCommand(&invoke), S_OK);
         return TakeListFile();
     }
 
     // The caption the classic handler puts into a menu on this machine now.
     std::wstring ClassicCaption()
     {
-        ModuleLibrary classic(ModulePath());
-        ComPtr<IClassFactory> classicFactory;
-        ComPtr<IShellExtInit> init;
-        ComPtr<IContextMenu> menu;
-        EXPECT_EQ(classic.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&classicFactory)), S_OK);
-        EXPECT_EQ(classicFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)), S_OK);
-        EXPECT_EQ(init.As(&menu), S_OK);
-        EXPECT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({file})).Get(), nullptr), S_OK);
+        ComPtr<IContextMenu> menu = ClassicHandler({file});
         HMENU popup = CreatePopupMenu();
         wchar_t text[kCaptionLength] = {};
         if (SUCCEEDED(menu->QueryContextMenu(popup, 0, 1, 100, CMF_NORMAL)))
@@ -267,6 +267,7 @@ protected:
     }
 
     ModuleLibrary command{CommandModulePath()};
+    ModuleLibrary classic{ModulePath()};
     ComPtr<IClassFactory> factory;
     ScopedRegistryValue menuOption{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
     RedirectedTempFolder temp{L"command"}; // every list file lands here
