@@ -17,8 +17,8 @@ namespace {
 HRESULT UpdateServerEntries(RegistrarMode mode)
 {
     const HINSTANCE module = ModuleInstance();
-    for (const ObjectMapEntry* entry = ObjectMapBegin(); entry != ObjectMapEnd(); ++entry) {
-        const HRESULT hr = UpdateClassEntries(module, entry->registrationScriptId, mode);
+    for (const ObjectMapEntry& entry : ObjectMap()) {
+        const HRESULT hr = UpdateClassEntries(module, entry.registrationScriptId, mode);
         if (FAILED(hr))
             return hr;
     }
@@ -29,12 +29,12 @@ HRESULT UpdateServerEntries(RegistrarMode mode)
 
 STDAPI DllCanUnloadNow()
 {
-    return ModuleLockCount() == 0 ? S_OK : S_FALSE;
+    return CanUnloadServer();
 }
 
 STDAPI DllGetClassObject(REFCLSID rclsid, REFIID riid, LPVOID* ppv)
 {
-    return GuardedCall([&] { return GetClassObjectFromMap(rclsid, riid, ppv); });
+    return GuardedCall([&] { return GetClassObjectFromMap(ObjectMap(), ClassObjectLock(), rclsid, riid, ppv); });
 }
 
 STDAPI DllRegisterServer()

@@ -53,6 +53,7 @@ inline void DeleteMemoryDc(HDC dc) { DeleteDC(dc); }
 inline void FreeGlobal(HGLOBAL block) { GlobalFree(block); }
 inline void UnloadLibrary(HMODULE module) { FreeLibrary(module); }
 inline void CloseCrtFile(FILE* file) { std::fclose(file); }
+inline void FreeCoTaskString(wchar_t* text) { CoTaskMemFree(text); }
 } // namespace detail
 
 using UniqueRegKey = UniqueHandle<HKEY, &detail::CloseRegKey>;
@@ -64,6 +65,8 @@ using UniqueGlobal = UniqueHandle<HGLOBAL, &detail::FreeGlobal>;
 using UniqueLibrary = UniqueHandle<HMODULE, &detail::UnloadLibrary>;
 // A runtime-library stream (fopen family).
 using UniqueCrtFile = UniqueHandle<FILE*, &detail::CloseCrtFile>;
+// A string the shell allocated with CoTaskMemAlloc (GetDisplayName and the like).
+using UniqueCoTaskString = UniqueHandle<wchar_t*, &detail::FreeCoTaskString>;
 
 // A file handle, whose "no handle" value is INVALID_HANDLE_VALUE.
 class UniqueFileHandle {

@@ -8,4 +8,5 @@
 #define IDB_MENU_CHECK          500
 #define IDB_MENU_ICON           501
 #define IDP_MENU_ICON           504
+#define IDI_COMMAND_ICON        601
 #define IDS_FALLBACK_CAPTION    3004

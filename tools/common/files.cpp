@@ -19,6 +19,11 @@ std::wstring ModulePath()
     return ProgramDirectory() + L"Quillet.dll";
 }
 
+std::wstring CommandModulePath()
+{
+    return ProgramDirectory() + L"QuilletCommand.dll";
+}
+
 std::wstring MakeTempFolder(const std::wstring& hint)
 {
     wchar_t temp[MAX_PATH + 1] = {};

@@ -10,6 +10,8 @@ namespace quillet::test {
 std::wstring ProgramDirectory();
 // Full path of Quillet.dll, which the build puts beside the programs.
 std::wstring ModulePath();
+// Full path of QuilletCommand.dll, built beside Quillet.dll.
+std::wstring CommandModulePath();
 // A fresh, empty folder under the temporary folder; removed by the caller with RemoveTree.
 std::wstring MakeTempFolder(const std::wstring& hint);
 void RemoveTree(const std::wstring& folder);

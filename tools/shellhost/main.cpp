@@ -2,8 +2,12 @@
 //
 //   shellhost [--invoke OFFSET | --verb TEXT | --verb-ansi TEXT] [--clsid {...}] [--flags HEX]
 //             [--all-in FOLDER] PATH...
+//   shellhost --modern [--module DLL] [--invoke 0] [--all-in FOLDER] PATH...
 //
 // --all-in selects everything in FOLDER, as Ctrl+A would (for selections too long for a command line).
+// --modern plays Windows 11's top-level menu instead: QuilletCommand.dll (beside shellhost, or
+// --module) loaded as the COM surrogate loads a packaged command, GetState, GetTitle and GetIcon
+// on a shell item array of the paths, and with --invoke its Invoke.
 //
 // Exit codes: 0 done; 1 bad arguments; 2 a path or its data object could not be had;
 // 3 no handler put a command into the menu; 4 the chosen command failed.
@@ -16,6 +20,9 @@
 #include <string>
 #include <vector>
 
+#include "command/command_class.h"
+#include "common/files.h"
+#include "common/module_library.h"
 #include "handler_keys.h"
 #include "menu_dump.h"
 #include "selection.h"
@@ -34,6 +41,8 @@ struct Options {
     std::wstring verb;
     std::wstring onlyClsid;
     UINT flags = CMF_NORMAL;
+    bool modern = false;
+    std::wstring module;
 };
 
 void Print(const std::wstring& text)
@@ -86,6 +95,10 @@ bool ParseArguments(int argc, wchar_t** argv, Options& options)
             options.onlyClsid = argv[++i];
         } else if (arg == L"--all-in" && hasValue) {
             AddFolderContents(argv[++i], options.paths);
+        } else if (arg == L"--modern") {
+            options.modern = true;
+        } else if (arg == L"--module" && hasValue) {
+            options.module = argv[++i];
         } else if (arg == L"--flags" && hasValue) {
             options.flags = static_cast<UINT>(wcstoul(argv[++i], nullptr, 16));
         } else if (arg.rfind(L"--", 0) == 0) {
@@ -133,8 +146,77 @@ HRESULT Invoke(const Options& options, IContextMenu* menu)
     return menu->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&info));
 }
 
+// Windows 11's menu: the state first on the UI thread (fOkToBeSlow false), again off it when the
+// command answers E_PENDING; then the title and icon it shows, and Invoke when chosen.
+int RunModern(const Options& options)
+{
+    quillet::test::ModuleLibrary library(options.module.empty() ? quillet::test::CommandModulePath()
+                                                                 : options.module);
+    ComPtr<IClassFactory> factory;
+    ComPtr<IExplorerCommand> command;
+    HRESULT hr = library.GetClassObject(quillet::CLSID_QuilletCommand, IID_PPV_ARGS(&factory));
+    if (SUCCEEDED(hr))
+        hr = factory->CreateInstance(nullptr, IID_PPV_ARGS(&command));
+    if (FAILED(hr)) {
+        Print(L"shellhost: the command could not be created, " + Hex(hr) + L"\n");
+        return 2;
+    }
+    std::vector<PIDLIST_ABSOLUTE> ids;
+    for (const std::wstring& path : options.paths) {
+        PIDLIST_ABSOLUTE id = nullptr;
+        if (SUCCEEDED(SHParseDisplayName(path.c_str(), nullptr, &id, 0, nullptr)))
+            ids.push_back(id);
+        else
+            Print(L"shellhost: cannot find " + path + L"\n");
+    }
+    ComPtr<IShellItemArray> items;
+    hr = ids.empty() ? E_INVALIDARG
+                     : SHCreateShellItemArrayFromIDLists(static_cast<UINT>(ids.size()),
+                                                         const_cast<PCIDLIST_ABSOLUTE*>(ids.data()),
+                                                         items.GetAddressOf());
+    for (PIDLIST_ABSOLUTE id : ids)
+        CoTaskMemFree(id);
+    if (FAILED(hr))
+        return 2;
+    Print(L"selection: " + std::to_wstring(ids.size()) + L" item(s)\n");
+
+    EXPCMDSTATE state = ECS_HIDDEN;
+    hr = command->GetState(items.Get(), FALSE, &state);
+    std::wstring line = L"GetState " + Hex(hr);
+    if (hr == E_PENDING) {
+        hr = command->GetState(items.Get(), TRUE, &state);
+        line += L", again off the UI thread " + Hex(hr);
+    }
+    Print(line + L": " + (state == ECS_ENABLED ? L"ECS_ENABLED" : state == ECS_HIDDEN ? L"ECS_HIDDEN" : Hex(state)) +
+          L"\n");
+    LPWSTR title = nullptr, icon = nullptr;
+    const HRESULT titleResult = command->GetTitle(items.Get(), &title);
+    const HRESULT iconResult = command->GetIcon(items.Get(), &icon);
+    Print(L"GetTitle " + Hex(titleResult) + L": " + (title ? title : L"") + L"\n");
+    Print(L"GetIcon " + Hex(iconResult) + L": " + (icon ? icon : L"") + L"\n");
+    Print(L"menu (Windows 11, top level):\n");
+    const bool shown = SUCCEEDED(hr) && state == ECS_ENABLED;
+    if (shown)
+        Print(L"  [icon] " + std::wstring(title ? title : L"") + L"\n");
+    else
+        Print(L"  (no command)\n");
+    CoTaskMemFree(title);
+    CoTaskMemFree(icon);
+    if (options.invoke == Options::Invoke::None)
+        return shown ? 0 : 3;
+    if (!shown) {
+        Print(L"invoke: the command is not shown\n");
+        return 3;
+    }
+    hr = command->Invoke(items.Get(), nullptr);
+    Print(L"invoke QuilletCommand: " + Hex(hr) + L"\n");
+    return SUCCEEDED(hr) ? 0 : 4;
+}
+
 int Run(const Options& options)
 {
+    if (options.modern)
+        return RunModern(options);
     ShellSelection selection;
     std::wstring error;
     if (FAILED(MakeShellSelection(options.paths, selection, error))) {
@@ -210,7 +292,8 @@ int wmain(int argc, wchar_t** argv)
     Options options;
     if (!ParseArguments(argc, argv, options)) {
         Print(L"usage: shellhost [--invoke OFFSET | --verb TEXT | --verb-ansi TEXT] [--clsid {...}] "
-              L"[--flags HEX] [--all-in FOLDER] PATH...\n");
+              L"[--flags HEX] [--all-in FOLDER] PATH...\n"
+              L"       shellhost --modern [--module DLL] [--invoke 0] [--all-in FOLDER] PATH...\n");
         return 1;
     }
     if (FAILED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED))) {

@@ -1,8 +1,8 @@
-#include "module/class_factory.h"
+#include "com/class_factory.h"
 
 #include <new>
 
-#include "module/module_state.h"
+#include "com/server_module.h"
 
 namespace quillet {
 namespace {
@@ -37,7 +37,7 @@ public:
         if (!ppv)
             return E_POINTER;
         *ppv = nullptr;
-        if (outer && !IsEqualIID(riid, IID_IUnknown))
+        if (outer && (!m_createAggregated || !IsEqualIID(riid, IID_IUnknown)))
             return CLASS_E_NOAGGREGATION;
         return outer ? m_createAggregated(outer, riid, ppv) : m_createPlain(nullptr, riid, ppv);
     }

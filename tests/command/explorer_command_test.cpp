@@ -1,0 +1,525 @@
+// QuilletCommand.dll through its exports, as the COM surrogate loads it for Windows 11's menu:
+// what each IExplorerCommand method answers, and that choosing the command hands the sender the
+// same list Quillet.dll hands it for the same items.
+#include <gtest/gtest.h>
+#include <shlobj.h>
+#include <shlwapi.h>
+#include <wrl/client.h>
+
+#include <memory>
+#include <optional>
+
+#include "command/command_class.h"
+#include "common/drop_data_object.h"
+#include "common/module_library.h"
+#include "handoff/handoff_support.h"
+#include "menu/menu_test_support.h"
+#include "quillet_idl.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace quillet::test {
+namespace {
+
+const std::wstring kEnglish = L"Transferred with Pelloc";
+
+struct IdListDeleter {
+    void operator()(ITEMIDLIST* id) const { CoTaskMemFree(id); }
+};
+using IdList = std::unique_ptr<ITEMIDLIST, IdListDeleter>;
+
+// A path as the shell parses it, or a virtual folder by its CSIDL (This PC, Control Panel).
+IdList ItemId(const std::wstring& path)
+{
+    PIDLIST_ABSOLUTE id = nullptr;
+    EXPECT_EQ(SHParseDisplayName(path.c_str(), nullptr, &id, 0, nullptr), S_OK) << std::string(path.begin(), path.end());
+    return IdList(id);
+}
+IdList VirtualItemId(int csidl)
+{
+    PIDLIST_ABSOLUTE id = nullptr;
+    EXPECT_EQ(SHGetSpecialFolderLocation(nullptr, csidl, &id), S_OK);
+    return IdList(id);
+}
+
+// The shell item array Explorer hands the command, in the given order.
+ComPtr<IShellItemArray> ItemArray(const std::vector<IdList>& ids)
+{
+    std::vector<PCIDLIST_ABSOLUTE> raw;
+    for (const IdList& id : ids)
+        raw.push_back(id.get());
+    ComPtr<IShellItemArray> items;
+    EXPECT_EQ(SHCreateShellItemArrayFromIDLists(static_cast<UINT>(raw.size()), raw.data(), items.GetAddressOf()),
+              S_OK);
+    return items;
+}
+ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& paths)
+{
+    std::vector<IdList> ids;
+    for (const std::wstring& path : paths)
+        ids.push_back(ItemId(path));
+    return ItemArray(ids);
+}
+
+// The string a method hands back through its LPWSTR argument.
+template <typename Method>
+std::wstring TakeString(Method method)
+{
+    LPWSTR text = nullptr;
+    EXPECT_EQ(method(&text), S_OK);
+    const std::wstring result = text ? text : L"(null)";
+    CoTaskMemFree(text);
+    return result;
+}
+
+void MakeShortcut(const std::wstring& link, const std::wstring& target)
+{
+    ComPtr<IShellLinkW> shortcut;
+    ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shortcut)), S_OK);
+    shortcut->SetPath(target.c_str());
+    ComPtr<IPersistFile> file;
+    ASSERT_EQ(shortcut.As(&file), S_OK);
+    ASSERT_EQ(file->Save(link.c_str(), TRUE), S_OK);
+}
+
+// One reference count for every interface of Base; deleted at zero.
+template <typename Base>
+class Counted : public Base {
+public:
+    virtual ~Counted() = default;
+    STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
+    STDMETHODIMP_(ULONG) Release() override
+    {
+        const ULONG refs = --m_refs;
+        if (refs == 0)
+            delete this;
+        return refs;
+    }
+
+private:
+    ULONG m_refs = 1;
+};
+
+struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
+
+// Shell items that are nothing but their paths, served in batches as Explorer's array does.
+class PathItems final : public Counted<ArrayAndEnumerator> {
+    class Item final : public Counted<IShellItem> {
+    public:
+        explicit Item(std::wstring path) : m_path(std::move(path)) {}
+        STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
+        {
+            *ppv = IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IShellItem) ? this : nullptr;
+            return *ppv ? (AddRef(), S_OK) : E_NOINTERFACE;
+        }
+        STDMETHODIMP BindToHandler(IBindCtx*, REFGUID, REFIID, void**) override { return E_NOTIMPL; }
+        STDMETHODIMP GetParent(IShellItem**) override { return E_NOTIMPL; }
+        STDMETHODIMP GetDisplayName(SIGDN form, LPWSTR* name) override
+        {
+            return form == SIGDN_FILESYSPATH ? SHStrDupW(m_path.c_str(), name) : E_NOTIMPL;
+        }
+        STDMETHODIMP GetAttributes(SFGAOF mask, SFGAOF* attributes) override
+        {
+            *attributes = mask & SFGAO_FILESYSTEM;
+            return S_OK;
+        }
+        STDMETHODIMP Compare(IShellItem*, SICHINTF, int*) override { return E_NOTIMPL; }
+
+    private:
+        const std::wstring m_path;
+    };
+
+public:
+    explicit PathItems(std::vector<std::wstring> paths) : m_paths(std::move(paths)) {}
+    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
+    {
+        *ppv = nullptr;
+        if (IsEqualIID(riid, IID_IEnumShellItems))
+            *ppv = static_cast<IEnumShellItems*>(this);
+        else if (IsEqualIID(riid, IID_IUnknown) || IsEqualIID(riid, IID_IShellItemArray))
+            *ppv = static_cast<IShellItemArray*>(this);
+        return *ppv ? (AddRef(), S_OK) : E_NOINTERFACE;
+    }
+    STDMETHODIMP BindToHandler(IBindCtx*, REFGUID, REFIID, void**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetPropertyStore(GETPROPERTYSTOREFLAGS, REFIID, void**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetPropertyDescriptionList(REFPROPERTYKEY, REFIID, void**) override { return E_NOTIMPL; }
+    STDMETHODIMP GetAttributes(SIATTRIBFLAGS, SFGAOF mask, SFGAOF* attributes) override
+    {
+        *attributes = m_paths.empty() ? 0 : mask & SFGAO_FILESYSTEM;
+        return S_OK;
+    }
+    STDMETHODIMP GetCount(DWORD* count) override
+    {
+        *count = static_cast<DWORD>(m_paths.size());
+        return S_OK;
+    }
+    STDMETHODIMP GetItemAt(DWORD index, IShellItem** item) override
+    {
+        *item = index < m_paths.size() ? new Item(m_paths[index]) : nullptr;
+        return *item ? S_OK : E_INVALIDARG;
+    }
+    // One enumeration at a time is all the command needs.
+    STDMETHODIMP EnumItems(IEnumShellItems** items) override
+    {
+        m_next = 0;
+        return QueryInterface(IID_PPV_ARGS(items));
+    }
+    STDMETHODIMP Next(ULONG wanted, IShellItem** items, ULONG* fetched) override
+    {
+        ULONG count = 0;
+        for (; count < wanted && m_next < m_paths.size(); ++count)
+            items[count] = new Item(m_paths[m_next++]);
+        if (fetched)
+            *fetched = count;
+        return count == wanted ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
+    STDMETHODIMP Reset() override
+    {
+        m_next = 0;
+        return S_OK;
+    }
+    STDMETHODIMP Clone(IEnumShellItems**) override { return E_NOTIMPL; }
+
+private:
+    size_t m_next = 0;
+    const std::vector<std::wstring> m_paths;
+};
+
+ComPtr<IShellItemArray> EmptyArray()
+{
+    ComPtr<IShellItemArray> items;
+    items.Attach(new PathItems({}));
+    return items;
+}
+
+class ExplorerCommandTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        // The surrogate's apartment.
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        ASSERT_TRUE(command.loaded());
+        ASSERT_EQ(command.GetClassObject(CLSID_QuilletCommand, IID_PPV_ARGS(&factory)), S_OK);
+        menuOption.Delete();
+        file = temp.path() + L"\\item.txt";
+        folder = temp.path() + L"\\folder";
+        ASSERT_TRUE(WriteFileBytes(file, "x", 1));
+        ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr));
+    }
+    void TearDown() override
+    {
+        factory.Reset();
+        EXPECT_EQ(command.CanUnloadNow(), S_OK);
+        CoUninitialize();
+    }
+
+    ComPtr<IExplorerCommand> NewCommand()
+    {
+        ComPtr<IExplorerCommand> object;
+        EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+        return object;
+    }
+
+    // The only list file the last command left in the temporary folder, taken away.
+    std::optional<std::string> TakeListFile()
+    {
+        const std::vector<std::wstring> files = ListFiles(temp.path());
+        if (files.size() != 1)
+            return std::nullopt;
+        std::string bytes = ReadFileBytes(files[0]);
+        DeleteFileW(files[0].c_str());
+        return bytes;
+    }
+
+    // A Quillet.dll handler given these paths, as Explorer gives a classic handler a selection.
+    ComPtr<IContextMenu> ClassicHandler(const std::vector<std::wstring>& paths)
+    {
+        ComPtr<IClassFactory> classicFactory;
+        ComPtr<IShellExtInit> init;
+        ComPtr<IContextMenu> menu;
+        EXPECT_EQ(classic.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&classicFactory)), S_OK);
+        EXPECT_EQ(classicFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)), S_OK);
+        EXPECT_EQ(init.As(&menu), S_OK);
+        EXPECT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles(paths)).Get(), nullptr), S_OK);
+        return menu;
+    }
+
+    // What Quillet.dll writes when the same paths are selected and its command chosen.
+    std::optional<std::string> ClassicList(const std::vector<std::wstring>& paths)
+    {
+        CMINVOKECOMMANDINFO invoke = {};
+        invoke.cbSize = sizeof(invoke);
+        EXPECT_EQ(ClassicHandler(paths)->InvokeCommand(&invoke), S_OK);
+        return TakeListFile();
+    }
+
+    // The caption the classic handler puts into a menu on this machine now.
+    std::wstring ClassicCaption()
+    {
+        ComPtr<IContextMenu> menu = ClassicHandler({file});
+        HMENU popup = CreatePopupMenu();
+        wchar_t text[kCaptionLength] = {};
+        if (SUCCEEDED(menu->QueryContextMenu(popup, 0, 1, 100, CMF_NORMAL)))
+            GetMenuStringW(popup, 0, text, kCaptionLength, MF_BYPOSITION);
+        DestroyMenu(popup);
+        return text;
+    }
+
+    ModuleLibrary command{CommandModulePath()};
+    ModuleLibrary classic{ModulePath()};
+    ComPtr<IClassFactory> factory;
+    ScopedRegistryValue menuOption{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
+    RedirectedTempFolder temp{L"command"}; // every list file lands here
+    std::wstring file, folder;
+};
+
+TEST_F(ExplorerCommandTest, TitleIsTheClassicCaptionInTheSendersLanguage)
+{
+    const struct {
+        std::optional<std::string> language; // in config.ini; nothing: no config.ini
+        bool registered;                     // the sender's App Paths "Path"
+        std::wstring title;
+    } cases[] = {
+        {"ru", true, L"Переданы с помощью Pelloc"},
+        {"zh-CN", true, L"以Pelloc 传输"},
+        {"zh-TW", true, L"以Pelloc 傳輸"},
+        {"en", true, kEnglish},
+        {"ja", true, kEnglish}, // in the table, but not an allowed language
+        {std::nullopt, true, kEnglish},
+        {"ru", false, kEnglish}, // no sender folder: no config.ini to read
+    };
+    for (const auto& c : cases) {
+        FakeSender sender(true, c.language);
+        std::optional<ScopedRegistryValue> unregistered;
+        if (!c.registered) {
+            unregistered.emplace(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
+            unregistered->Delete();
+        }
+        ComPtr<IExplorerCommand> object = NewCommand();
+        const std::wstring shown = TakeString([&](LPWSTR* text) { return object->GetTitle(nullptr, text); });
+        EXPECT_EQ(shown, c.title) << c.language.value_or("no config.ini");
+        if (c.registered) { // the classic handler shows no item without a sender
+            EXPECT_EQ(shown, ClassicCaption()) << c.language.value_or("no config.ini");
+        }
+    }
+}
+
+TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
+{
+    ComPtr<IExplorerCommand> object = NewCommand();
+    const std::wstring location = TakeString([&](LPWSTR* text) { return object->GetIcon(nullptr, text); });
+    const size_t comma = location.rfind(L',');
+    ASSERT_NE(comma, std::wstring::npos) << std::string(location.begin(), location.end());
+    const std::wstring path = location.substr(0, comma);
+    EXPECT_EQ(_wcsicmp(path.c_str(), CommandModulePath().c_str()), 0);
+    const int index = _wtoi(location.c_str() + comma + 1);
+    EXPECT_LT(index, 0) << "a resource id, not an index";
+    // ExtractIconExW is what Explorer calls, but Wine's answers 1 and hands back no icon for a
+    // negative index; PrivateExtractIconsW reads the same resource at the size asked for.
+    for (const int size : {16, 20, 24, 32, 40, 48}) {
+        HICON icon = nullptr;
+        ASSERT_EQ(PrivateExtractIconsW(path.c_str(), index, size, size, &icon, nullptr, 1, 0), 1u) << size;
+        ASSERT_NE(icon, nullptr) << size;
+        ICONINFO info = {};
+        ASSERT_TRUE(GetIconInfo(icon, &info));
+        BITMAP colour = {};
+        GetObjectW(info.hbmColor, sizeof(colour), &colour);
+        EXPECT_EQ(colour.bmWidth, size);
+        EXPECT_EQ(colour.bmHeight, size);
+        EXPECT_EQ(colour.bmBitsPixel, 32) << "the picture keeps its alpha";
+        DeleteObject(info.hbmColor);
+        DeleteObject(info.hbmMask);
+        DestroyIcon(icon);
+    }
+}
+
+TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
+{
+    enum class Sender { Installed, NoFile, Unregistered };
+    enum class Items { File, Folder, Shortcut, VirtualOnly, VirtualThenFile, Empty, None };
+    const struct {
+        std::optional<DWORD> menuOption;
+        Sender sender;
+        Items items;
+        EXPCMDSTATE state;
+    } cases[] = {
+        {std::nullopt, Sender::Installed, Items::File, ECS_ENABLED},
+        {1, Sender::Installed, Items::Folder, ECS_ENABLED},
+        {2, Sender::Installed, Items::Shortcut, ECS_ENABLED},
+        {std::nullopt, Sender::Installed, Items::VirtualThenFile, ECS_ENABLED}, // one path is enough
+        {0, Sender::Installed, Items::File, ECS_HIDDEN},
+        {std::nullopt, Sender::NoFile, Items::File, ECS_HIDDEN},
+        {std::nullopt, Sender::Unregistered, Items::File, ECS_HIDDEN},
+        {std::nullopt, Sender::Installed, Items::VirtualOnly, ECS_HIDDEN}, // This PC, Control Panel
+        {std::nullopt, Sender::Installed, Items::Empty, ECS_HIDDEN},
+        {std::nullopt, Sender::Installed, Items::None, ECS_HIDDEN},
+    };
+    const std::wstring shortcut = temp.path() + L"\\item.lnk";
+    MakeShortcut(shortcut, file);
+    for (const auto& c : cases) {
+        const int row = static_cast<int>(&c - cases);
+        if (c.menuOption)
+            menuOption.SetDword(*c.menuOption);
+        else
+            menuOption.Delete();
+        FakeSender sender(c.sender != Sender::NoFile);
+        std::optional<ScopedRegistryValue> unregistered;
+        if (c.sender == Sender::Unregistered) {
+            unregistered.emplace(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
+            unregistered->Delete();
+        }
+        std::vector<IdList> ids;
+        if (c.items == Items::VirtualOnly || c.items == Items::VirtualThenFile) {
+            ids.push_back(VirtualItemId(CSIDL_DRIVES));
+            ids.push_back(VirtualItemId(CSIDL_CONTROLS));
+        }
+        const std::wstring path = c.items == Items::Folder ? folder : c.items == Items::Shortcut ? shortcut : file;
+        if (c.items == Items::File || c.items == Items::Folder || c.items == Items::Shortcut ||
+            c.items == Items::VirtualThenFile)
+            ids.push_back(ItemId(path));
+        // Wine makes no empty array; Explorer has been seen to pass one.
+        ComPtr<IShellItemArray> items = c.items == Items::Empty ? EmptyArray() : nullptr;
+        if (c.items != Items::None && c.items != Items::Empty)
+            items = ItemArray(ids);
+        // Explorer asks on its UI thread first, and again off it only if told E_PENDING.
+        for (const BOOL okToBeSlow : {FALSE, TRUE}) {
+            EXPCMDSTATE state = static_cast<EXPCMDSTATE>(-1);
+            EXPECT_EQ(NewCommand()->GetState(items.Get(), okToBeSlow, &state), S_OK) << "row " << row;
+            EXPECT_EQ(state, c.state) << "row " << row << ", okToBeSlow " << okToBeSlow;
+        }
+    }
+}
+
+TEST_F(ExplorerCommandTest, InvokeWritesTheListTheClassicCommandWrites)
+{
+    const std::wstring shortcut = temp.path() + L"\\Отчёт.lnk";
+    const std::wstring latinFolder = temp.path() + L"\\A folder";
+    const std::wstring greekFile = temp.path() + L"\\αρχείο 文件.txt";
+    const std::wstring cyrillicFolder = temp.path() + L"\\Фотографии";
+    MakeShortcut(shortcut, file);
+    ASSERT_TRUE(WriteFileBytes(greekFile, "y", 1));
+    ASSERT_TRUE(CreateDirectoryW(latinFolder.c_str(), nullptr));
+    ASSERT_TRUE(CreateDirectoryW(cyrillicFolder.c_str(), nullptr));
+    const std::vector<std::vector<std::wstring>> cases = {
+        {file},
+        {folder},
+        {shortcut},                        // the shortcut file itself, never its target
+        {greekFile, cyrillicFolder},       // non-Latin names, as UTF-16
+        {folder, file, latinFolder, greekFile, shortcut}, // folders given first still list last
+    };
+    for (const auto& paths : cases) {
+        const std::optional<std::string> classic = ClassicList(paths);
+        ASSERT_TRUE(classic.has_value());
+        EXPECT_EQ(NewCommand()->Invoke(ItemArray(paths).Get(), nullptr), S_OK);
+        EXPECT_EQ(TakeListFile(), classic) << paths.size() << " item(s)";
+    }
+
+    // Items without a file-system path are left out; the others keep their order.
+    std::vector<IdList> ids;
+    ids.push_back(VirtualItemId(CSIDL_DRIVES));
+    ids.push_back(ItemId(greekFile));
+    ids.push_back(VirtualItemId(CSIDL_CONTROLS));
+    ids.push_back(ItemId(folder));
+    const std::optional<std::string> classic = ClassicList({greekFile, folder});
+    EXPECT_EQ(NewCommand()->Invoke(ItemArray(ids).Get(), nullptr), S_OK);
+    EXPECT_EQ(TakeListFile(), classic);
+}
+
+// Wine's shell spends about a millisecond per item in GetDisplayName and as much again to parse
+// a path, so 10,000 real shell items would take most of a minute: here the items come from
+// PathItems, and the list is still checked against the classic command's for the same files.
+TEST_F(ExplorerCommandTest, TenThousandItemsGiveTheClassicList)
+{
+    wchar_t many[MAX_PATH] = {};
+    ASSERT_GT(GetEnvironmentVariableW(L"QUILLET_MANY_FILES", many, MAX_PATH), 0u) << "run through ctest";
+    std::vector<std::wstring> paths;
+    for (int i = 0; i < 10000; ++i)
+        paths.push_back(std::wstring(many) + L"\\file" + std::to_wstring(i) + L".dat");
+    const std::optional<std::string> classic = ClassicList(paths);
+    ASSERT_TRUE(classic.has_value());
+    EXPECT_NE(classic->find(std::string("9\0009\0009\0009\0=\0", 10)), std::string::npos) << "line 9999";
+    ComPtr<IShellItemArray> items;
+    items.Attach(new PathItems(paths));
+    EXPECT_EQ(NewCommand()->Invoke(items.Get(), nullptr), S_OK);
+    EXPECT_EQ(TakeListFile(), classic);
+}
+
+TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
+{
+    const std::wstring senderFolder = temp.path() + L"\\sender";
+    InstalledSender sender(senderFolder);
+    ASSERT_TRUE(sender.installed);
+    std::vector<IdList> virtualIds;
+    virtualIds.push_back(VirtualItemId(CSIDL_DRIVES));
+    virtualIds.push_back(VirtualItemId(CSIDL_CONTROLS));
+    const struct {
+        ComPtr<IShellItemArray> items;
+        HRESULT result;
+        bool started;
+    } cases[] = {
+        {ItemArray(virtualIds), E_INVALIDARG, false},
+        {EmptyArray(), E_INVALIDARG, false},
+        {nullptr, E_INVALIDARG, false},
+        {ItemArray(std::vector<std::wstring>{file}), S_OK, true}, // the sender does start for a file
+    };
+    for (const auto& c : cases) {
+        const int row = static_cast<int>(&c - cases);
+        EXPECT_EQ(NewCommand()->Invoke(c.items.Get(), nullptr), c.result) << "row " << row;
+        EXPECT_EQ(ListFiles(temp.path()).size(), c.started ? 1u : 0u) << "row " << row;
+        EXPECT_EQ(TakeRecord(senderFolder, c.started ? 20000 : 500).has_value(), c.started) << "row " << row;
+    }
+}
+
+TEST_F(ExplorerCommandTest, FixedAnswersAndArgumentChecks)
+{
+    ComPtr<IExplorerCommand> object = NewCommand();
+    EXPCMDFLAGS flags = 0xFF;
+    EXPECT_EQ(object->GetFlags(&flags), S_OK);
+    EXPECT_EQ(flags, static_cast<EXPCMDFLAGS>(ECF_DEFAULT));
+    GUID name = GUID_NULL;
+    EXPECT_EQ(object->GetCanonicalName(&name), S_OK);
+    EXPECT_TRUE(IsEqualGUID(name, CLSID_QuilletCommand));
+    LPWSTR tip = reinterpret_cast<LPWSTR>(1);
+    EXPECT_EQ(object->GetToolTip(nullptr, &tip), E_NOTIMPL);
+    EXPECT_EQ(tip, nullptr);
+    IEnumExplorerCommand* sub = reinterpret_cast<IEnumExplorerCommand*>(1);
+    EXPECT_EQ(object->EnumSubCommands(&sub), E_NOTIMPL);
+    EXPECT_EQ(sub, nullptr);
+
+    EXPECT_EQ(object->GetTitle(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(object->GetIcon(nullptr, nullptr), E_POINTER);
+    EXPECT_EQ(object->GetState(nullptr, FALSE, nullptr), E_POINTER);
+    EXPECT_EQ(object->GetFlags(nullptr), E_POINTER);
+    EXPECT_EQ(object->GetCanonicalName(nullptr), E_POINTER);
+    ComPtr<IContextMenu> classicInterface;
+    EXPECT_EQ(object.As(&classicInterface), E_NOINTERFACE);
+
+    void* out = reinterpret_cast<void*>(1);
+    EXPECT_EQ(command.GetClassObject(CLSID_FTKelMN, IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(command.GetClassObject(CLSID_QuilletCommand, IID_IClassFactory, nullptr), E_POINTER);
+    EXPECT_EQ(command.GetClassObject(CLSID_QuilletCommand, IID_IExplorerCommand, &out), E_NOINTERFACE);
+    IUnknown* aggregate = nullptr;
+    EXPECT_EQ(factory->CreateInstance(object.Get(), IID_IUnknown, reinterpret_cast<void**>(&aggregate)),
+              CLASS_E_NOAGGREGATION);
+    EXPECT_EQ(aggregate, nullptr);
+}
+
+TEST_F(ExplorerCommandTest, CanUnloadOnlyAfterTheLastReleaseAndUnlock)
+{
+    EXPECT_EQ(command.CanUnloadNow(), S_OK) << "the class object alone does not hold the module";
+    ComPtr<IExplorerCommand> first = NewCommand(), second = NewCommand();
+    EXPECT_EQ(command.CanUnloadNow(), S_FALSE);
+    first.Reset();
+    EXPECT_EQ(command.CanUnloadNow(), S_FALSE) << "one object is still alive";
+    second.Reset();
+    EXPECT_EQ(command.CanUnloadNow(), S_OK);
+    EXPECT_EQ(factory->LockServer(TRUE), S_OK);
+    EXPECT_EQ(command.CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(factory->LockServer(FALSE), S_OK);
+    EXPECT_EQ(command.CanUnloadNow(), S_OK);
+}
+
+} // namespace
+} // namespace quillet::test
