@@ -2,11 +2,14 @@
 # The MSI end to end under Wine's msiexec, in the build tree's prefix: failed installs leave
 # nothing, an install registers the installed file and the Explorer-like host shows the command,
 # a newer package replaces the older one, and removal leaves no file and no registry entry.
+# The Windows 11 command: the installer runs its registration script when and as it should, with
+# a recording program standing in for PowerShell (Wine's powershell.exe is a stub that does
+# nothing, so whether Windows registers the package is for a real Windows 11 to show).
 #
-#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH
+#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH
 set -euo pipefail
-[ $# -eq 8 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH" >&2; exit 2; }
-run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" scratch="$8"
+[ $# -eq 9 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH" >&2; exit 2; }
+run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" recorder="$8" scratch="$9"
 here="$(cd "$(dirname "$0")" && pwd)"
 
 clsid='{F2196025-497B-4A61-AEA7-27325149132A}'
@@ -85,6 +88,19 @@ expect_nothing() {
     [ ! -e "$default_dir/Quillet.dll" ] || fail "$state: Quillet.dll left in Program Files"
 }
 
+# The stand-in for PowerShell records its last command line here.
+powershell='C:\quillet-package-test\ps\powershell.exe'
+record="$home/ps/command-line.txt"
+script_call() { [ -f "$record" ] && iconv -f UTF-16LE -t UTF-8 "$record" | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'; }
+expect_script_call() {
+    local got
+    got="$(script_call)"
+    [ "$got" = "$2" ] || fail "$1: the registration script was called as '$got', not '$2'"
+    rm -f "$record"
+}
+build_key='HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion'
+real_build=""
+
 old_path=""
 set_app_paths=false
 had_default_dir=false
@@ -99,6 +115,7 @@ cleanup() {
     else
         "$run" reg delete "$app_paths" /v Path /f >/dev/null 2>&1 || true
     fi
+    [ -z "$real_build" ] || "$run" reg add "$build_key" /v CurrentBuildNumber /d "$real_build" /f >/dev/null 2>&1 || true
     rm -rf "$home"
 }
 trap cleanup EXIT
@@ -125,25 +142,34 @@ old_path="$(value_of "$app_paths\\Path")"
 [ "$old_path" != "<absent>" ] || old_path=""
 mkdir -p "$home/sender"
 cp "$sender" "$home/sender/Pelloc.exe"
+mkdir -p "$home/ps"
+cp "$recorder" "$home/ps/powershell.exe"
 echo "item" > "$home/item.txt"
 set_app_paths=true
 "$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
 
-# Installed into a folder of the user's choice (with a blank, as Program Files has).
+# Installed into a folder of the user's choice (with a blank, as Program Files has), the Windows 11
+# command forced on: the files beside each other, and the script registers the package there.
 chosen='C:\quillet-package-test\Chosen Folder\Quillet.dll'
-msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\Chosen Folder\' || fail "install failed"
-cmp -s "$dist/Quillet.dll" "$home/Chosen Folder/Quillet.dll" || fail "the installed Quillet.dll is not the shipped one"
+msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\Chosen Folder\' WINDOWS11MENU=1 "POWERSHELL=$powershell" ||
+    fail "install failed"
+for file in Quillet.dll QuilletCommand.dll QuilletPackage.ps1 "Quillet-$version.msix:Quillet.msix"; do
+    cmp -s "$dist/${file%%:*}" "$home/Chosen Folder/${file##*:}" || fail "the installed ${file##*:} is not the shipped one"
+done
 installed="$msi"
+expect_script_call "after install" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$msi" "$version" "$scratch/newer.msi" "after install"
 
 # The newer package replaces it where it is.
-msiexec /i "$(winpath "$scratch/newer.msi")" || fail "upgrade failed"
+msiexec /i "$(winpath "$scratch/newer.msi")" WINDOWS11MENU=1 "POWERSHELL=$powershell" || fail "upgrade failed"
 installed="$scratch/newer.msi"
+expect_script_call "after upgrade" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$scratch/newer.msi" "$newer" "$msi" "after upgrade"
 
-# Removal: no command, no file, no registry entry.
-msiexec /x "$(winpath "$scratch/newer.msi")" || fail "uninstall failed"
+# Removal: no command, no file, no registry entry, and the package removed first.
+msiexec /x "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "uninstall failed"
 installed=""
+expect_script_call "after uninstall" 'QuilletPackage.ps1" unregister'
 expect_no_command "after uninstall"
 expect_nothing "after uninstall"
 [ ! -e "$home/Chosen Folder" ] || fail "uninstall left the chosen folder"
@@ -157,6 +183,30 @@ msiexec /x "$(winpath "$scratch/newer.msi")" || fail "uninstall from the default
 installed=""
 expect_nothing "after uninstall from the default folder"
 $had_default_dir || [ ! -e "$default_dir" ] || fail "the Pelloc folder is left"
+
+# When the Windows 11 command is registered: {WINDOWS11MENU, Windows build} -> the script's last call.
+# A script that fails does not fail the install.
+real_build="$("$run" reg query "$build_key" /v CurrentBuildNumber 2>/dev/null | tr -d '\r' | awk '/CurrentBuildNumber/ {print $3}')"
+while read -r forced build exit_code expected; do
+    "$run" reg add "$build_key" /v CurrentBuildNumber /d "$build" /f >/dev/null 2>&1
+    properties=("POWERSHELL=$powershell")
+    [ "$forced" = - ] || properties+=("WINDOWS11MENU=$forced")
+    QUILLET_SENDER_EXIT_CODE=$exit_code msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\W11\' "${properties[@]}" ||
+        fail "WINDOWS11MENU=$forced on build $build, script exit $exit_code: the install failed"
+    installed="$msi"
+    [ "$expected" = none ] && expected=""
+    expect_script_call "WINDOWS11MENU=$forced on build $build" "${expected//_/ }"
+    msiexec /x "$(winpath "$msi")" WINDOWS11MENU=0 || fail "uninstall after WINDOWS11MENU=$forced on build $build failed"
+    installed=""
+done <<'TABLE'
+-  7601   0  none
+-  22000  0  QuilletPackage.ps1"_register-user
+-  22631  1  QuilletPackage.ps1"_register-user
+0  22631  0  none
+1  7601   1  QuilletPackage.ps1"_register-user
+TABLE
+"$run" reg add "$build_key" /v CurrentBuildNumber /d "$real_build" /f >/dev/null 2>&1
+real_build=""
 
 if [ $failures -ne 0 ]; then
     echo "$failures check(s) failed"
