@@ -91,7 +91,9 @@ expect_nothing() {
 # The stand-in for PowerShell records its last command line here.
 powershell='C:\quillet-package-test\ps\powershell.exe'
 record="$home/ps/command-line.txt"
-script_call() { [ -f "$record" ] && iconv -f UTF-16LE -t UTF-8 "$record" | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'; }
+script_call() {
+    if [ -f "$record" ]; then iconv -f UTF-16LE -t UTF-8 "$record" | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'; fi
+}
 expect_script_call() {
     local got
     got="$(script_call)"
@@ -100,6 +102,12 @@ expect_script_call() {
 }
 build_key='HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion'
 real_build=""
+# Windows 11 or not, as the installer reads it (put back at the end).
+set_build() {
+    [ -n "$real_build" ] || real_build="$("$run" reg query "$build_key" /v CurrentBuildNumber 2>/dev/null |
+        tr -d '\r' | awk '/CurrentBuildNumber/ {print $3}')"
+    "$run" reg add "$build_key" /v CurrentBuildNumber /d "$1" /f >/dev/null 2>&1
+}
 
 old_path=""
 set_app_paths=false
@@ -125,7 +133,10 @@ mkdir -p "$home" "$scratch"
 # A newer build: the same file, a higher version.
 IFS=. read -r major minor patch <<<"$version"
 newer="$major.$minor.$((patch + 1))"
-"$make_msi" "$dist" "$newer" "$scratch/newer.msi" 2>/dev/null
+mkdir -p "$scratch/newer"
+cp "$dist/Quillet.dll" "$dist/QuilletCommand.dll" "$dist/QuilletPackage.ps1" "$scratch/newer/"
+cp "$dist/Quillet-$version.msix" "$scratch/newer/Quillet-$newer.msix"
+"$make_msi" "$scratch/newer" "$newer" "$scratch/newer.msi" 2>/dev/null
 
 # Failed installs: a drive that does not exist, and a folder so deep that the DLL's path no
 # longer fits registration (which then fails after writing the shell handler keys).
@@ -149,7 +160,8 @@ set_app_paths=true
 "$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
 
 # Installed into a folder of the user's choice (with a blank, as Program Files has), the Windows 11
-# command forced on: the files beside each other, and the script registers the package there.
+# command forced on (Wine reports build 7601): the files beside each other, and the script registers
+# the package there.
 chosen='C:\quillet-package-test\Chosen Folder\Quillet.dll'
 msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\Chosen Folder\' WINDOWS11MENU=1 "POWERSHELL=$powershell" ||
     fail "install failed"
@@ -160,10 +172,12 @@ installed="$msi"
 expect_script_call "after install" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$msi" "$version" "$scratch/newer.msi" "after install"
 
-# The newer package replaces it where it is.
-msiexec /i "$(winpath "$scratch/newer.msi")" WINDOWS11MENU=1 "POWERSHELL=$powershell" || fail "upgrade failed"
+# The newer package replaces it where it is; Windows 11's first build, not forced, and a script that
+# fails, which does not fail the install.
+set_build 22000
+QUILLET_SENDER_EXIT_CODE=1 msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "upgrade failed"
 installed="$scratch/newer.msi"
-expect_script_call "after upgrade" 'QuilletPackage.ps1" register-user'
+expect_script_call "after upgrade on build 22000" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$scratch/newer.msi" "$newer" "$msi" "after upgrade"
 
 # Removal: no command, no file, no registry entry, and the package removed first.
@@ -174,9 +188,12 @@ expect_no_command "after uninstall"
 expect_nothing "after uninstall"
 [ ! -e "$home/Chosen Folder" ] || fail "uninstall left the chosen folder"
 
-# Without INSTALLDIR: the Pelloc folder under Program Files, and gone again at removal.
-msiexec /i "$(winpath "$scratch/newer.msi")" || fail "install to the default folder failed"
+# Without INSTALLDIR: the Pelloc folder under Program Files, and gone again at removal. On the last
+# build before Windows 11, not forced: the Windows 11 command is not registered.
+set_build 21999
+msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "install to the default folder failed"
 installed="$scratch/newer.msi"
+expect_script_call "on build 21999" ""
 [ -f "$default_dir/Quillet.dll" ] || fail "Quillet.dll is not in Program Files\\Pelloc"
 expect_command "in the default folder"
 msiexec /x "$(winpath "$scratch/newer.msi")" || fail "uninstall from the default folder failed"
@@ -184,29 +201,14 @@ installed=""
 expect_nothing "after uninstall from the default folder"
 $had_default_dir || [ ! -e "$default_dir" ] || fail "the Pelloc folder is left"
 
-# When the Windows 11 command is registered: {WINDOWS11MENU, Windows build} -> the script's last call.
-# A script that fails does not fail the install.
-real_build="$("$run" reg query "$build_key" /v CurrentBuildNumber 2>/dev/null | tr -d '\r' | awk '/CurrentBuildNumber/ {print $3}')"
-while read -r forced build exit_code expected; do
-    "$run" reg add "$build_key" /v CurrentBuildNumber /d "$build" /f >/dev/null 2>&1
-    properties=("POWERSHELL=$powershell")
-    [ "$forced" = - ] || properties+=("WINDOWS11MENU=$forced")
-    QUILLET_SENDER_EXIT_CODE=$exit_code msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\W11\' "${properties[@]}" ||
-        fail "WINDOWS11MENU=$forced on build $build, script exit $exit_code: the install failed"
-    installed="$msi"
-    [ "$expected" = none ] && expected=""
-    expect_script_call "WINDOWS11MENU=$forced on build $build" "${expected//_/ }"
-    msiexec /x "$(winpath "$msi")" WINDOWS11MENU=0 || fail "uninstall after WINDOWS11MENU=$forced on build $build failed"
-    installed=""
-done <<'TABLE'
--  7601   0  none
--  22000  0  QuilletPackage.ps1"_register-user
--  22631  1  QuilletPackage.ps1"_register-user
-0  22631  0  none
-1  7601   1  QuilletPackage.ps1"_register-user
-TABLE
-"$run" reg add "$build_key" /v CurrentBuildNumber /d "$real_build" /f >/dev/null 2>&1
-real_build=""
+# Forced off on Windows 11: no package registered.
+set_build 22631
+msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\W11\' WINDOWS11MENU=0 "POWERSHELL=$powershell" ||
+    fail "install with WINDOWS11MENU=0 failed"
+installed="$msi"
+expect_script_call "WINDOWS11MENU=0 on build 22631" ""
+msiexec /x "$(winpath "$msi")" WINDOWS11MENU=0 || fail "uninstall after WINDOWS11MENU=0 failed"
+installed=""
 
 if [ $failures -ne 0 ]; then
     echo "$failures check(s) failed"

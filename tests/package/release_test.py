@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """The release path on Linux, without Wine: packaging/make-release signs copies of the build's files
 with throwaway certificates, and what Windows checks before it registers a sparse package is checked
 here: each signature (and that a tampered copy fails), the manifest's rules, the publisher against
