@@ -2,11 +2,14 @@
 # The MSI end to end under Wine's msiexec, in the build tree's prefix: failed installs leave
 # nothing, an install registers the installed file and the Explorer-like host shows the command,
 # a newer package replaces the older one, and removal leaves no file and no registry entry.
+# The Windows 11 command: the installer runs its registration script when and as it should, with
+# a recording program standing in for PowerShell (Wine's powershell.exe is a stub that does
+# nothing, so whether Windows registers the package is for a real Windows 11 to show).
 #
-#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH
+#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH
 set -euo pipefail
-[ $# -eq 8 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH" >&2; exit 2; }
-run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" scratch="$8"
+[ $# -eq 9 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH" >&2; exit 2; }
+run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" recorder="$8" scratch="$9"
 here="$(cd "$(dirname "$0")" && pwd)"
 
 clsid='{F2196025-497B-4A61-AEA7-27325149132A}'
@@ -85,6 +88,27 @@ expect_nothing() {
     [ ! -e "$default_dir/Quillet.dll" ] || fail "$state: Quillet.dll left in Program Files"
 }
 
+# The stand-in for PowerShell records its last command line here.
+powershell='C:\quillet-package-test\ps\powershell.exe'
+record="$home/ps/command-line.txt"
+script_call() {
+    if [ -f "$record" ]; then iconv -f UTF-16LE -t UTF-8 "$record" | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'; fi
+}
+expect_script_call() {
+    local got
+    got="$(script_call)"
+    [ "$got" = "$2" ] || fail "$1: the registration script was called as '$got', not '$2'"
+    rm -f "$record"
+}
+build_key='HKLM\SOFTWARE\Microsoft\Windows NT\CurrentVersion'
+real_build=""
+# Windows 11 or not, as the installer reads it (put back at the end).
+set_build() {
+    [ -n "$real_build" ] || real_build="$("$run" reg query "$build_key" /v CurrentBuildNumber 2>/dev/null |
+        tr -d '\r' | awk '/CurrentBuildNumber/ {print $3}')"
+    "$run" reg add "$build_key" /v CurrentBuildNumber /d "$1" /f >/dev/null 2>&1
+}
+
 old_path=""
 set_app_paths=false
 had_default_dir=false
@@ -99,6 +123,7 @@ cleanup() {
     else
         "$run" reg delete "$app_paths" /v Path /f >/dev/null 2>&1 || true
     fi
+    [ -z "$real_build" ] || "$run" reg add "$build_key" /v CurrentBuildNumber /d "$real_build" /f >/dev/null 2>&1 || true
     rm -rf "$home"
 }
 trap cleanup EXIT
@@ -108,7 +133,10 @@ mkdir -p "$home" "$scratch"
 # A newer build: the same file, a higher version.
 IFS=. read -r major minor patch <<<"$version"
 newer="$major.$minor.$((patch + 1))"
-"$make_msi" "$dist" "$newer" "$scratch/newer.msi" 2>/dev/null
+mkdir -p "$scratch/newer"
+cp "$dist/Quillet.dll" "$dist/QuilletCommand.dll" "$dist/QuilletPackage.ps1" "$scratch/newer/"
+cp "$dist/Quillet-$version.msix" "$scratch/newer/Quillet-$newer.msix"
+"$make_msi" "$scratch/newer" "$newer" "$scratch/newer.msi" 2>/dev/null
 
 # Failed installs: a drive that does not exist, and a folder so deep that the DLL's path no
 # longer fits registration (which then fails after writing the shell handler keys).
@@ -125,38 +153,62 @@ old_path="$(value_of "$app_paths\\Path")"
 [ "$old_path" != "<absent>" ] || old_path=""
 mkdir -p "$home/sender"
 cp "$sender" "$home/sender/Pelloc.exe"
+mkdir -p "$home/ps"
+cp "$recorder" "$home/ps/powershell.exe"
 echo "item" > "$home/item.txt"
 set_app_paths=true
 "$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
 
-# Installed into a folder of the user's choice (with a blank, as Program Files has).
+# Installed into a folder of the user's choice (with a blank, as Program Files has), the Windows 11
+# command forced on (Wine reports build 7601): the files beside each other, and the script registers
+# the package there.
 chosen='C:\quillet-package-test\Chosen Folder\Quillet.dll'
-msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\Chosen Folder\' || fail "install failed"
-cmp -s "$dist/Quillet.dll" "$home/Chosen Folder/Quillet.dll" || fail "the installed Quillet.dll is not the shipped one"
+msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\Chosen Folder\' WINDOWS11MENU=1 "POWERSHELL=$powershell" ||
+    fail "install failed"
+for file in Quillet.dll QuilletCommand.dll QuilletPackage.ps1 "Quillet-$version.msix:Quillet.msix"; do
+    cmp -s "$dist/${file%%:*}" "$home/Chosen Folder/${file##*:}" || fail "the installed ${file##*:} is not the shipped one"
+done
 installed="$msi"
+expect_script_call "after install" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$msi" "$version" "$scratch/newer.msi" "after install"
 
-# The newer package replaces it where it is.
-msiexec /i "$(winpath "$scratch/newer.msi")" || fail "upgrade failed"
+# The newer package replaces it where it is; Windows 11's first build, not forced, and a script that
+# fails, which does not fail the install.
+set_build 22000
+QUILLET_SENDER_EXIT_CODE=1 msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "upgrade failed"
 installed="$scratch/newer.msi"
+expect_script_call "after upgrade on build 22000" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$scratch/newer.msi" "$newer" "$msi" "after upgrade"
 
-# Removal: no command, no file, no registry entry.
-msiexec /x "$(winpath "$scratch/newer.msi")" || fail "uninstall failed"
+# Removal: no command, no file, no registry entry, and the package removed first.
+msiexec /x "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "uninstall failed"
 installed=""
+expect_script_call "after uninstall" 'QuilletPackage.ps1" unregister'
 expect_no_command "after uninstall"
 expect_nothing "after uninstall"
 [ ! -e "$home/Chosen Folder" ] || fail "uninstall left the chosen folder"
 
-# Without INSTALLDIR: the Pelloc folder under Program Files, and gone again at removal.
-msiexec /i "$(winpath "$scratch/newer.msi")" || fail "install to the default folder failed"
+# Without INSTALLDIR: the Pelloc folder under Program Files, and gone again at removal. On the last
+# build before Windows 11, not forced: the Windows 11 command is not registered.
+set_build 21999
+msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "install to the default folder failed"
 installed="$scratch/newer.msi"
+expect_script_call "on build 21999" ""
 [ -f "$default_dir/Quillet.dll" ] || fail "Quillet.dll is not in Program Files\\Pelloc"
 expect_command "in the default folder"
 msiexec /x "$(winpath "$scratch/newer.msi")" || fail "uninstall from the default folder failed"
 installed=""
 expect_nothing "after uninstall from the default folder"
 $had_default_dir || [ ! -e "$default_dir" ] || fail "the Pelloc folder is left"
+
+# Forced off on Windows 11: no package registered.
+set_build 22631
+msiexec /i "$(winpath "$msi")" 'INSTALLDIR=C:\quillet-package-test\W11\' WINDOWS11MENU=0 "POWERSHELL=$powershell" ||
+    fail "install with WINDOWS11MENU=0 failed"
+installed="$msi"
+expect_script_call "WINDOWS11MENU=0 on build 22631" ""
+msiexec /x "$(winpath "$msi")" WINDOWS11MENU=0 || fail "uninstall after WINDOWS11MENU=0 failed"
+installed=""
 
 if [ $failures -ne 0 ]; then
     echo "$failures check(s) failed"
