@@ -22,21 +22,12 @@ bool IsAbsoluteFolder(const wchar_t* path)
     return path[0] == L'\\' && path[1] == L'\\' && path[2] != L'\\' && path[2] != L'\0';
 }
 
-} // namespace
-
-std::wstring GetSenderDirectory()
+// The folder with the separator placed by the one index test: where the terminator is when the
+// value carries one, else its last character. Deliberately so: a stored trailing separator is
+// doubled, and an unterminated value's last character becomes the separator. An empty value
+// wraps around and is rejected with the oversized ones.
+std::wstring WithSeparator(wchar_t (&buffer)[MAX_PATH], DWORD size)
 {
-    wchar_t buffer[MAX_PATH] = {};
-    DWORD type = REG_SZ;
-    DWORD size = sizeof(buffer);
-    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS ||
-        !IsAbsoluteFolder(buffer))
-        return std::wstring();
-
-    // Index of the terminator when the value carries one, else of its last character; one test
-    // of that index decides, deliberately: a stored trailing separator is doubled, and an
-    // unterminated value's last character becomes the separator. An empty value wraps around
-    // and is rejected with the oversized ones.
     const DWORD last = size / 2 - 1;
     if (last >= MAX_PATH)
         return std::wstring();
@@ -47,6 +38,21 @@ std::wstring GetSenderDirectory()
     buffer[last] = L'\\';
     buffer[last + 1] = L'\0';
     return std::wstring(buffer);
+}
+
+} // namespace
+
+std::wstring GetSenderDirectory()
+{
+    wchar_t buffer[MAX_PATH] = {};
+    DWORD type = REG_SZ;
+    DWORD size = sizeof(buffer);
+    if (SHGetValueW(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue, &type, buffer, &size) != ERROR_SUCCESS ||
+        !IsAbsoluteFolder(buffer))
+        return std::wstring();
+    // The separator may land inside an odd-sized value, over its drive's colon.
+    std::wstring folder = WithSeparator(buffer, size);
+    return IsAbsoluteFolder(folder.c_str()) ? folder : std::wstring();
 }
 
 bool IsSenderInstalled()

@@ -18,8 +18,9 @@ inline constexpr wchar_t kSenderProfileKey[] = L"SOFTWARE\\Pelloc\\Profile";
 inline constexpr wchar_t kMenuOptionValue[] = L"MenuOption";
 
 // The folder with a trailing backslash, or "" when unknown: no "Path" value, or one that is not
-// absolute (a drive letter and a backslash, or a network name). A value with a NUL before its
-// last character ends at that NUL, without the separator, which goes after the whole value.
+// absolute (a drive letter and a backslash, or a network name). The separator goes where the
+// value's terminator is, so a value with a NUL before its end, of an odd size or expanding to
+// something shorter ends without one, deliberately: the rule is what installed systems do.
 std::wstring GetSenderDirectory();
 // Whether the sender's file is in that folder; never when the folder is unknown.
 bool IsSenderInstalled();

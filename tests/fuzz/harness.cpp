@@ -126,12 +126,13 @@ void Registry(std::string_view input)
         return;
     }
     const std::wstring folder = GetSenderDirectory();
-    // A NUL inside the value ends the folder there, before the separator goes in.
+    // Only a plain string with one terminator, at its end, is sure to get its separator: a NUL
+    // inside, an odd size or an expansion moves the place the separator goes.
     const std::wstring_view stored(reinterpret_cast<const wchar_t*>(input.data()), input.size() / sizeof(wchar_t));
-    const size_t text = std::min(stored.find(L'\0'), stored.size());
-    const bool cutInside = text + 1 < stored.size();
-    Require(folder.size() <= MAX_PATH && (folder.empty() || folder.back() == L'\\' || cutInside),
-            "the sender's folder is unknown, ends in a backslash, or ends at a NUL inside the value");
+    const bool plain = type == REG_SZ && input.size() % 2 == 0 && stored.find(L'\0') + 1 == stored.size();
+    const bool absolute = folder.size() > 2 && (folder[1] == L':' || folder.rfind(L"\\\\", 0) == 0);
+    Require(folder.size() <= MAX_PATH && (folder.empty() || (absolute && (!plain || folder.back() == L'\\'))),
+            "the sender's folder is unknown, or absolute and ending in a backslash when stored plainly");
     IsSenderInstalled();
     ReadSenderLanguage();
     SenderPathForLaunch();
