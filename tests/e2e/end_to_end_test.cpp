@@ -79,11 +79,7 @@ TEST_F(EndToEnd, FilesFoldersShortcutsAndNonLatinNamesFromTwoFoldersReachTheSend
     ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr) && CreateDirectoryW(other.c_str(), nullptr));
     for (const std::wstring& file : {files[0], files[1], files[2], files[4]})
         ASSERT_TRUE(WriteFileBytes(file, "x", 1));
-    ComPtr<IShellLinkW> link;
-    ComPtr<IPersistFile> linkFile;
-    ASSERT_TRUE(SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&link))) &&
-                SUCCEEDED(link->SetPath(files[0].c_str())) && SUCCEEDED(link.As(&linkFile)) &&
-                SUCCEEDED(linkFile->Save(files[3].c_str(), TRUE)));
+    ASSERT_TRUE(MakeShortcut(files[3], files[0]));
 
     std::wstring arguments = L"--verb \"TRANSFERRED WITH PELLOC\" " + Quoted(folder);
     for (const std::wstring& file : files)

@@ -56,25 +56,6 @@ protected:
         return menu;
     }
 
-    // A drop list that is valid, truncated, pointing out of its block, unterminated or pure noise.
-    std::vector<BYTE> RandomDropList()
-    {
-        std::vector<std::wstring> names(random() % 5);
-        for (std::wstring& name : names)
-            name = temp.path() + L"\\item" + std::to_wstring(random() % 1000) + L".txt";
-        std::vector<BYTE> bytes = (random() % 2) ? AnsiDropFiles({"C:\\a.txt", "C:\\b"}) : WideDropFiles(names);
-        const auto damage = random() % 5;
-        if (damage == 0)
-            bytes.resize(random() % bytes.size() + 1); // maybe below the header
-        if (damage == 1)
-            *reinterpret_cast<DWORD*>(bytes.data()) = static_cast<DWORD>(random()); // names anywhere
-        while (damage == 2 && bytes.size() > 1 && bytes.back() == 0) // no closing empty name
-            bytes.pop_back();
-        for (BYTE& b : bytes)
-            b = damage == 3 ? static_cast<BYTE>(random()) : b;
-        return bytes;
-    }
-
     ModuleLibrary module{ModulePath()};
     ComPtr<IClassFactory> factory;
     ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
@@ -82,22 +63,6 @@ protected:
     const std::wstring item = temp.path() + L"\\item.txt";
     std::mt19937 random{20261121};
 };
-
-TEST_F(InProcess, MalformedSelectionsAreDeclinedOrTakenNeverFatal)
-{
-    ComPtr<IShellExtInit> init;
-    ComPtr<IContextMenu3> menu = NewHandler(&init);
-    EXPECT_EQ(init->Initialize(nullptr, nullptr, nullptr), E_FAIL);
-    EXPECT_EQ(init->Initialize(nullptr, DropDataObject::CreateWithoutDropList().Get(), nullptr), E_FAIL);
-    for (int round = 0; round < 400; ++round) {
-        ComPtr<DropDataObject> data = DropDataObject::Create(RandomDropList());
-        const HRESULT hr = init->Initialize(nullptr, data.Get(), nullptr);
-        ASSERT_TRUE(hr == S_OK || hr == E_FAIL) << std::hex << hr << " in round " << round;
-        ASSERT_EQ(data->References(), 1u) << "medium not released in round " << round;
-        const HRESULT invoked = round % 16 ? S_OK : InvokeFirst(menu.Get());
-        ASSERT_TRUE(invoked == S_OK || invoked == E_INVALIDARG) << std::hex << invoked;
-    }
-}
 
 TEST_F(InProcess, OutOfRangeArgumentsGetTheStatedAnswers)
 {
@@ -132,16 +97,7 @@ TEST_F(InProcess, OutOfRangeArgumentsGetTheStatedAnswers)
             ASSERT_EQ(measure.itemWidth, 12345u);
         }
 
-        // Verbs: null, foreign offsets, strings, odd structure sizes; nothing selected to write.
         ASSERT_EQ(menu->InvokeCommand(nullptr), E_INVALIDARG);
-        CMINVOKECOMMANDINFOEX invoke = {};
-        invoke.cbSize = (random() % 2) ? sizeof(CMINVOKECOMMANDINFOEX) : static_cast<DWORD>(random() % 200);
-        const char* const verbs[] = {MAKEINTRESOURCEA(1 + random() % 0xFFFE), "no such verb", MAKEINTRESOURCEA(0)};
-        for (const char* verb : verbs) {
-            invoke.lpVerb = verb;
-            invoke.lpVerbW = (random() % 2) ? nullptr : L"no such verb";
-            ASSERT_EQ(menu->InvokeCommand(reinterpret_cast<CMINVOKECOMMANDINFO*>(&invoke)), E_INVALIDARG);
-        }
         if (popup)
             DestroyMenu(popup);
     }
@@ -158,16 +114,12 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
         paths.push_back(temp.path() + L"\\file" + std::to_wstring(i) + L".txt");
         ASSERT_TRUE(WriteFileBytes(paths.back(), "x", 1));
         if (i % 4 == 0) {
-            ComPtr<IShellLinkW> link;
-            ComPtr<IPersistFile> file;
             paths.push_back(temp.path() + L"\\link" + std::to_wstring(i) + L".lnk");
-            ASSERT_EQ(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&link)), S_OK);
-            ASSERT_TRUE(SUCCEEDED(link->SetPath(paths[paths.size() - 2].c_str())) && SUCCEEDED(link.As(&file)) &&
-                        SUCCEEDED(file->Save(paths.back().c_str(), TRUE)));
+            ASSERT_TRUE(MakeShortcut(paths.back(), paths[paths.size() - 2]));
         }
     }
     const std::vector<BYTE> dropList = WideDropFiles(paths);
-    const ULONGLONG deadline = GetTickCount64() + 2000;
+    const ULONGLONG deadline = GetTickCount64() + 1000;
     struct Outcome {
         int calls = 0;
         int failures = 0;
@@ -255,7 +207,7 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
         EXPECT_EQ(InvokeFirst(menu.Get()), S_OK) << c.what;
     }
     SetCurrentDirectoryW(hostFolder);
-    Sleep(1500); // time for a planted program to leave its record
+    Sleep(700); // time for a planted program to leave its record
     for (const std::wstring& place : places) {
         EXPECT_EQ(GetFileAttributesW((place + L"record.done").c_str()), INVALID_FILE_ATTRIBUTES)
             << "started: " << testing::PrintToString(place);

@@ -16,30 +16,18 @@ LPCSTR Offset(UINT_PTR offset)
     return reinterpret_cast<LPCSTR>(offset);
 }
 
-// A page at a multiple of 4 GiB (bits 16 to 31 of its address zero) holding text, freed at
-// the end: a verb there is a string, not the offset 0.
-class HighPageText {
-public:
-    explicit HighPageText(const char* text)
-    {
-        for (UINT_PTR gib4 = 1; gib4 < 0x7F00 && !m_page; ++gib4)
-            m_page = static_cast<char*>(VirtualAlloc(reinterpret_cast<void*>(gib4 << 32), 4096,
-                                                     MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
-        if (m_page)
-            lstrcpynA(m_page, text, 4096);
-    }
-    ~HighPageText()
-    {
-        if (m_page)
-            VirtualFree(m_page, 0, MEM_RELEASE);
-    }
-    HighPageText(const HighPageText&) = delete;
-    HighPageText& operator=(const HighPageText&) = delete;
-    LPCSTR get() const { return m_page; }
-
-private:
-    char* m_page = nullptr;
-};
+// Text on a page at a multiple of 4 GiB (bits 16 to 31 of its address zero): a verb there is a
+// string, not the offset 0. The page stays reserved until the process ends.
+LPCSTR HighPageText(const char* text)
+{
+    char* page = nullptr;
+    for (UINT_PTR gib4 = 1; gib4 < 0x7F00 && !page; ++gib4)
+        page = static_cast<char*>(
+            VirtualAlloc(reinterpret_cast<void*>(gib4 << 32), 4096, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
+    if (page)
+        lstrcpynA(page, text, 4096);
+    return page;
+}
 
 class InvokeCommandTest : public ::testing::Test {
 protected:
@@ -80,10 +68,10 @@ protected:
 TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLetterCase)
 {
     const wchar_t accented[] = L"Envoy\u00E9 \u00E0 Pelloc";
-    const HighPageText highCaption("send with PELLOC");
-    const HighPageText highOther("Send");
-    ASSERT_TRUE(highCaption.get() && highOther.get());
-    ASSERT_EQ(reinterpret_cast<UINT_PTR>(highOther.get()) & 0xFFFF0000u, 0u);
+    const LPCSTR highCaption = HighPageText("send with PELLOC");
+    const LPCSTR highOther = HighPageText("Send");
+    ASSERT_TRUE(highCaption && highOther);
+    ASSERT_EQ(reinterpret_cast<UINT_PTR>(highOther) & 0xFFFF0000u, 0u);
     char inCodePage[64] = {};
     BOOL lossy = FALSE;
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
@@ -102,12 +90,10 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
         {"offset 0, 5 recorded", kShort, Offset(0), nullptr, 5, true},
         {"the recorded offset", kShort, Offset(5), nullptr, 5, true},
         {"another offset", kShort, Offset(3), nullptr, 5, false},
-        {"offset 1, none recorded", kShort, Offset(1), nullptr, 0, false},
         {"offset 0xFFFF", kShort, Offset(0xFFFF), nullptr, 0, false},
-        {"narrow text above 4 GiB", kShort, highOther.get(), nullptr, 0, false},
-        {"narrow caption above 4 GiB", kShort, highCaption.get(), nullptr, 0, true},
+        {"narrow text above 4 GiB", kShort, highOther, nullptr, 0, false},
+        {"narrow caption above 4 GiB", kShort, highCaption, nullptr, 0, true},
         {"narrow caption", kShort, "SEND WITH pelloc", nullptr, 0, true},
-        {"narrow other text", kShort, "Send with Pello", nullptr, 0, false},
         {"wide caption", kLong, "other", L"send WITH PELLOC", 0, true},
         {"null wide verb", kLong, "Send with Pelloc", nullptr, 0, false},
         {"wide verb an offset", kLong, "Send with Pelloc", MAKEINTRESOURCEW(3), 0, false},
@@ -220,7 +206,7 @@ TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
 
     ASSERT_TRUE(LaunchSender(L"C:\\a list.tmp", refused));
 
-    const auto record = test::TakeRecord(folder, xp ? 3000 : 20000);
+    const auto record = test::TakeRecord(folder, xp ? 1000 : 20000);
     ASSERT_EQ(record.has_value(), !xp);
     if (!xp) {
         EXPECT_EQ(test::SplitCommandLine(record->commandLine),

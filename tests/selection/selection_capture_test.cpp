@@ -61,14 +61,9 @@ protected:
         EXPECT_TRUE(CreateDirectoryW(Path(name).c_str(), nullptr));
         return Path(name);
     }
-    // A real shortcut file, written by the shell's link object.
     std::wstring MakeShortcut(const std::wstring& name, const std::wstring& target)
     {
-        ComPtr<IShellLinkW> link;
-        ComPtr<IPersistFile> file;
-        EXPECT_TRUE(SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&link))));
-        EXPECT_TRUE(link && SUCCEEDED(link->SetPath(target.c_str())) && SUCCEEDED(link.As(&file)) &&
-                    SUCCEEDED(file->Save(Path(name).c_str(), TRUE)));
+        EXPECT_TRUE(test::MakeShortcut(Path(name), target));
         return Path(name);
     }
 
@@ -77,24 +72,6 @@ protected:
     SelectedPathList m_shared;
     Paths m_paths;
 };
-
-TEST_F(InitializeTest, RecordsTenThousandItemsInDropListOrderAndGivesTheMediumBack)
-{
-    Paths paths;
-    for (int i = 0; i < 10000; ++i)
-        paths.push_back(Path(L"item-" + std::to_wstring((i * 7919) % 10000) + L".dat"));
-    const auto data = test::DropDataObject::Create(test::WideDropFiles(paths));
-
-    ASSERT_EQ(Initialize(data.Get()), S_OK);
-
-    const Records records = Selection();
-    ASSERT_EQ(records.size(), paths.size());
-    for (size_t i = 0; i < paths.size(); ++i)
-        ASSERT_EQ(records[i], std::make_pair(paths[i], 1)) << "index " << i; // none exists: a folder
-    EXPECT_EQ(m_paths, paths);
-    EXPECT_EQ(data->References(), 1u) << "medium not released";
-    EXPECT_EQ(GlobalFlags(data->Block()) & GMEM_LOCKCOUNT, 0u) << "drop list left locked";
-}
 
 TEST_F(InitializeTest, MarksEachItemFileOrFolder)
 {

@@ -1,6 +1,8 @@
 #include "support/environment.h"
 
 #include <windows.h>
+#include <shlobj.h>
+#include <wrl/client.h>
 
 #include <cstdlib>
 
@@ -28,6 +30,15 @@ ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value) :
 ScopedVariable::~ScopedVariable()
 {
     SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr);
+}
+
+bool MakeShortcut(const std::wstring& link, const std::wstring& target)
+{
+    Microsoft::WRL::ComPtr<IShellLinkW> shortcut;
+    Microsoft::WRL::ComPtr<IPersistFile> file;
+    return SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shortcut))) &&
+           SUCCEEDED(shortcut->SetPath(target.c_str())) && SUCCEEDED(shortcut.As(&file)) &&
+           SUCCEEDED(file->Save(link.c_str(), TRUE));
 }
 
 } // namespace quillet::test
