@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/handles.h"
-#include "platform/wow64_redirector.h"
 
 namespace quillet {
 namespace {
@@ -49,21 +48,6 @@ TEST(Handles, SelectionScopeRestoresThePreviousObject)
         EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BITMAP), bitmap.get());
     }
     EXPECT_EQ(GetCurrentObject(dc.get(), OBJ_BITMAP), original);
-}
-
-TEST(Wow64Redirector, GuardLeavesTheSystemFolderReachable)
-{
-    wchar_t system[MAX_PATH] = {};
-    ASSERT_GT(GetSystemDirectoryW(system, MAX_PATH), 0u);
-    const std::wstring kernel = std::wstring(system) + L"\\kernel32.dll";
-    HMODULE loadedBefore = GetModuleHandleW(L"kernel32.dll");
-    {
-        CWow64FsRedirector guard;
-        EXPECT_NE(GetFileAttributesW(kernel.c_str()), INVALID_FILE_ATTRIBUTES);
-        CWow64FsRedirector nested;
-    }
-    EXPECT_NE(GetFileAttributesW(kernel.c_str()), INVALID_FILE_ATTRIBUTES);
-    EXPECT_EQ(GetModuleHandleW(L"kernel32.dll"), loadedBefore);
 }
 
 } // namespace
