@@ -440,9 +440,12 @@ TEST_F(ExplorerCommandTest, FixedAnswersAndArgumentChecks)
     EXPCMDFLAGS flags = 0xFF;
     EXPECT_EQ(object->GetFlags(&flags), S_OK);
     EXPECT_EQ(flags, static_cast<EXPCMDFLAGS>(ECF_DEFAULT));
-    GUID name = GUID_NULL;
+    GUID name = GUID_NULL, published = GUID_NULL;
     EXPECT_EQ(object->GetCanonicalName(&name), S_OK);
-    EXPECT_TRUE(IsEqualGUID(name, CLSID_QuilletCommand));
+    // The CLSID the package and the README name, fixed for good.
+    ASSERT_EQ(CLSIDFromString(L"{5BD9714D-3358-4677-BA52-7E98E2ED0814}", &published), S_OK);
+    EXPECT_TRUE(IsEqualGUID(name, published) && IsEqualGUID(CLSID_QuilletCommand, published));
+    EXPECT_EQ(command.CanUnloadNow(), S_FALSE) << "an object is alive";
     LPWSTR tip = reinterpret_cast<LPWSTR>(1);
     EXPECT_EQ(object->GetToolTip(nullptr, &tip), E_NOTIMPL);
     EXPECT_EQ(tip, nullptr);
