@@ -27,6 +27,7 @@ TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
         {L"C:\\" + std::wstring(256, L'p'), true, L""},
         {L"z:\\", true, L"z:\\\\"},
         {L"\\\\server\\share", true, L"\\\\server\\share\\"},
+        {L"\\\\s", true, L"\\\\s\\"}, // a one-letter server name
         {L"\\\\?\\C:\\Pelloc", true, L"\\\\?\\C:\\Pelloc\\"},
         {L"", true, L""},
         {L"Pelloc", true, L""},
