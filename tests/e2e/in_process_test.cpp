@@ -207,7 +207,7 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
         EXPECT_EQ(InvokeFirst(menu.Get()), S_OK) << c.what;
     }
     SetCurrentDirectoryW(hostFolder);
-    Sleep(700); // time for a planted program to leave its record
+    Sleep(500); // time for a planted program to leave its record
     for (const std::wstring& place : places) {
         EXPECT_EQ(GetFileAttributesW((place + L"record.done").c_str()), INVALID_FILE_ATTRIBUTES)
             << "started: " << testing::PrintToString(place);
