@@ -20,7 +20,9 @@
 #include <vector>
 
 #include "quillet_idl.h"
-#include "stand_in_sender.h"
+#include "common/fake_sender.h"
+#include "common/files.h"
+#include "shell_data.h"
 
 namespace {
 
@@ -92,8 +94,8 @@ int Child(const wchar_t* dllPath, const wchar_t* item, const wchar_t* report)
 bool RunChild(const std::wstring& dll, const std::wstring& item, const std::wstring& report, Steps& steps)
 {
     DeleteFileW(report.c_str());
-    std::wstring command = L"\"" + BesideProgram(L"cold_bench.exe") + L"\" --child \"" + dll + L"\" \"" + item + L"\" \"" +
-                           report + L"\"";
+    std::wstring command = L"\"" + quillet::test::ProgramDirectory() + L"cold_bench.exe\" --child \"" + dll +
+                           L"\" \"" + item + L"\" \"" + report + L"\"";
     STARTUPINFOW startup = {};
     startup.cb = sizeof(startup);
     PROCESS_INFORMATION process = {};
@@ -157,7 +159,7 @@ int wmain(int argc, wchar_t** argv)
 {
     if (argc == 5 && wcscmp(argv[1], L"--child") == 0)
         return Child(argv[2], argv[3], argv[4]);
-    std::wstring quilletPath = BesideProgram(L"Quillet.dll");
+    std::wstring quilletPath = quillet::test::ModulePath();
     int processes = 40;
     for (int i = 1; i < argc; ++i) {
         if (wcscmp(argv[i], L"--quillet") == 0 && i + 1 < argc)
@@ -167,11 +169,13 @@ int wmain(int argc, wchar_t** argv)
     }
 
     // The sender "installed" in a folder of our own, and one file to click.
-    const StandInSender installed(L"quillet-cold");
-    const std::wstring& item = installed.item;
-    const std::wstring report = installed.folder + L"\\steps.txt";
+    const quillet::test::FakeSender installed(true, "en");
+    const std::wstring item = installed.folder() + L"\\item.txt";
+    quillet::test::WriteFileBytes(item, "", 0);
+    const std::wstring report = installed.folder() + L"\\steps.txt";
 
-    Row rows[] = {{quilletPath, "Quillet", {}}, {BesideProgram(L"floor_handler.dll"), "floor handler", {}}};
+    Row rows[] = {{quilletPath, "Quillet", {}},
+                  {quillet::test::ProgramDirectory() + L"floor_handler.dll", "floor handler", {}}};
     bool failed = false;
     // One discarded round first: it brings the files into the cache.
     for (int round = -1; round < processes && !failed; ++round) {

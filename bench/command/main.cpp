@@ -25,6 +25,7 @@
 #include "common/files.h"
 #include "common/module_library.h"
 #include "common/registry.h"
+#include "common/shell_items.h"
 #include "platform/handles.h"
 #include "sender/sender_installation.h"
 
@@ -79,20 +80,10 @@ std::vector<std::wstring> MakeFiles(size_t count)
 
 ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& paths)
 {
-    std::vector<PIDLIST_ABSOLUTE> ids;
-    for (const std::wstring& path : paths) {
-        PIDLIST_ABSOLUTE id = nullptr;
-        if (SUCCEEDED(SHParseDisplayName(path.c_str(), nullptr, &id, 0, nullptr)))
-            ids.push_back(id);
-    }
-    ComPtr<IShellItemArray> items;
-    const HRESULT hr = SHCreateShellItemArrayFromIDLists(
-        static_cast<UINT>(ids.size()), const_cast<PCIDLIST_ABSOLUTE*>(ids.data()), items.GetAddressOf());
-    if (FAILED(hr) || ids.size() != paths.size())
-        std::fprintf(stderr, "%zu of %zu paths parsed, item array %08lx\n", ids.size(), paths.size(),
-                     static_cast<unsigned long>(hr));
-    for (PIDLIST_ABSOLUTE id : ids)
-        CoTaskMemFree(id);
+    std::vector<std::wstring> unparsed;
+    ComPtr<IShellItemArray> items = quillet::test::ShellItemArray(paths, &unparsed);
+    if (!items || !unparsed.empty())
+        std::fprintf(stderr, "%zu of %zu paths parsed\n", paths.size() - unparsed.size(), paths.size());
     return items;
 }
 

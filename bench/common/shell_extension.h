@@ -6,13 +6,12 @@
 
 #include <new>
 
-class ShellExtension : public IShellExtInit, public IContextMenu {
-public:
-    ShellExtension() = default;
-    virtual ~ShellExtension() = default;
-    ShellExtension(const ShellExtension&) = delete;
-    ShellExtension& operator=(const ShellExtension&) = delete;
+#include "common/counted.h"
 
+struct ShellExtensionFaces : IShellExtInit, IContextMenu {};
+
+class ShellExtension : public quillet::test::Counted<ShellExtensionFaces> {
+public:
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
     {
         if (!ppv)
@@ -28,19 +27,8 @@ public:
         AddRef();
         return S_OK;
     }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG refs = --m_refs;
-        if (refs == 0)
-            delete this;
-        return refs;
-    }
     STDMETHODIMP InvokeCommand(CMINVOKECOMMANDINFO*) override { return S_OK; }
     STDMETHODIMP GetCommandString(UINT_PTR, UINT, UINT*, LPSTR, UINT) override { return E_NOTIMPL; }
-
-private:
-    ULONG m_refs = 0;
 };
 
 template <class Handler>
@@ -52,7 +40,6 @@ HRESULT CreateShellExtension(REFIID riid, void** ppv)
     auto* handler = new (std::nothrow) Handler();
     if (!handler)
         return E_OUTOFMEMORY;
-    handler->AddRef();
     const HRESULT hr = handler->QueryInterface(riid, ppv);
     handler->Release();
     return hr;

@@ -27,7 +27,9 @@
 #include "platform/gdiplus.h"
 #include "quillet_idl.h"
 #include "sender/sender_installation.h"
-#include "stand_in_sender.h"
+#include "common/fake_sender.h"
+#include "common/files.h"
+#include "shell_data.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -163,15 +165,17 @@ int wmain(int argc, wchar_t** argv)
 
     // The sender "installed" in a folder of our own, and the shell's data object for one file
     // beside it, made once: Explorer has it already.
-    const StandInSender installed(L"quillet-latency");
-    const std::wstring& config = installed.config;
+    const quillet::test::FakeSender installed(true, "en");
+    const std::wstring config = installed.folder() + L"\\config.ini";
+    const std::wstring item = installed.folder() + L"\\item.txt";
+    quillet::test::WriteFileBytes(item, "", 0);
     ComPtr<IDataObject> data;
-    if (FAILED(ShellDataObject(installed.item, data.GetAddressOf()))) {
-        std::printf("no data object for %ls\n", installed.item.c_str());
+    if (FAILED(ShellDataObject(item, data.GetAddressOf()))) {
+        std::printf("no data object for %ls\n", item.c_str());
         return 1;
     }
 
-    const std::wstring modulePath = BesideProgram(L"Quillet.dll");
+    const std::wstring modulePath = quillet::test::ModulePath();
     HMODULE module = LoadLibraryW(modulePath.c_str());
     auto getClassObject = module ? reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
                                        reinterpret_cast<void*>(GetProcAddress(module, "DllGetClassObject")))

@@ -11,7 +11,9 @@
 
 #include "command/command_class.h"
 #include "common/drop_data_object.h"
+#include "common/counted.h"
 #include "common/module_library.h"
+#include "common/shell_items.h"
 #include "handoff/handoff_support.h"
 #include "menu/menu_test_support.h"
 #include "quillet_idl.h"
@@ -23,42 +25,17 @@ namespace {
 
 const std::wstring kEnglish = L"Transferred with Pelloc";
 
-struct IdListDeleter {
-    void operator()(ITEMIDLIST* id) const { CoTaskMemFree(id); }
-};
-using IdList = std::unique_ptr<ITEMIDLIST, IdListDeleter>;
+// Virtual folders by their parsing names: no file-system path.
+const std::wstring kThisPc = L"::{20D04FE0-3AEA-1069-A2D8-08002B30309D}";
+const std::wstring kControlPanel = kThisPc + L"\\::{21EC2020-3AEA-1069-A2DD-08002B30309D}";
 
-// A path as the shell parses it, or a virtual folder by its CSIDL (This PC, Control Panel).
-IdList ItemId(const std::wstring& path)
+// The shell item array Explorer hands the command, in the given order; every name must parse.
+ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& names)
 {
-    PIDLIST_ABSOLUTE id = nullptr;
-    EXPECT_EQ(SHParseDisplayName(path.c_str(), nullptr, &id, 0, nullptr), S_OK) << std::string(path.begin(), path.end());
-    return IdList(id);
-}
-IdList VirtualItemId(int csidl)
-{
-    PIDLIST_ABSOLUTE id = nullptr;
-    EXPECT_EQ(SHGetSpecialFolderLocation(nullptr, csidl, &id), S_OK);
-    return IdList(id);
-}
-
-// The shell item array Explorer hands the command, in the given order.
-ComPtr<IShellItemArray> ItemArray(const std::vector<IdList>& ids)
-{
-    std::vector<PCIDLIST_ABSOLUTE> raw;
-    for (const IdList& id : ids)
-        raw.push_back(id.get());
-    ComPtr<IShellItemArray> items;
-    EXPECT_EQ(SHCreateShellItemArrayFromIDLists(static_cast<UINT>(raw.size()), raw.data(), items.GetAddressOf()),
-              S_OK);
+    std::vector<std::wstring> unparsed;
+    ComPtr<IShellItemArray> items = ShellItemArray(names, &unparsed);
+    EXPECT_EQ(unparsed, std::vector<std::wstring>{});
     return items;
-}
-ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& paths)
-{
-    std::vector<IdList> ids;
-    for (const std::wstring& path : paths)
-        ids.push_back(ItemId(path));
-    return ItemArray(ids);
 }
 
 // The string a method hands back through its LPWSTR argument.
@@ -72,24 +49,6 @@ std::wstring TakeString(Method method)
     return result;
 }
 
-
-// One reference count for every interface of Base; deleted at zero.
-template <typename Base>
-class Counted : public Base {
-public:
-    virtual ~Counted() = default;
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_refs; }
-    STDMETHODIMP_(ULONG) Release() override
-    {
-        const ULONG refs = --m_refs;
-        if (refs == 0)
-            delete this;
-        return refs;
-    }
-
-private:
-    ULONG m_refs = 1;
-};
 
 struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
 
@@ -332,19 +291,17 @@ TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
             unregistered.emplace(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
             unregistered->Delete();
         }
-        std::vector<IdList> ids;
-        if (c.items == Items::VirtualOnly || c.items == Items::VirtualThenFile) {
-            ids.push_back(VirtualItemId(CSIDL_DRIVES));
-            ids.push_back(VirtualItemId(CSIDL_CONTROLS));
-        }
-        const std::wstring path = c.items == Items::Folder ? folder : c.items == Items::Shortcut ? shortcut : file;
-        if (c.items == Items::File || c.items == Items::Folder || c.items == Items::Shortcut ||
-            c.items == Items::VirtualThenFile)
-            ids.push_back(ItemId(path));
+        std::vector<std::wstring> names;
+        if (c.items == Items::VirtualOnly || c.items == Items::VirtualThenFile)
+            names = {kThisPc, kControlPanel};
+        if (c.items == Items::File || c.items == Items::VirtualThenFile)
+            names.push_back(file);
+        else if (c.items == Items::Folder || c.items == Items::Shortcut)
+            names.push_back(c.items == Items::Folder ? folder : shortcut);
         // Wine makes no empty array; Explorer has been seen to pass one.
         ComPtr<IShellItemArray> items = c.items == Items::Empty ? EmptyArray() : nullptr;
-        if (c.items != Items::None && c.items != Items::Empty)
-            items = ItemArray(ids);
+        if (!names.empty())
+            items = ItemArray(names);
         // Explorer asks on its UI thread first, and again off it only if told E_PENDING.
         for (const BOOL okToBeSlow : {FALSE, TRUE}) {
             EXPCMDSTATE state = static_cast<EXPCMDSTATE>(-1);
@@ -379,13 +336,8 @@ TEST_F(ExplorerCommandTest, InvokeWritesTheListTheClassicCommandWrites)
     }
 
     // Items without a file-system path are left out; the others keep their order.
-    std::vector<IdList> ids;
-    ids.push_back(VirtualItemId(CSIDL_DRIVES));
-    ids.push_back(ItemId(greekFile));
-    ids.push_back(VirtualItemId(CSIDL_CONTROLS));
-    ids.push_back(ItemId(folder));
     const std::optional<std::string> classic = ClassicList({greekFile, folder});
-    EXPECT_EQ(NewCommand()->Invoke(ItemArray(ids).Get(), nullptr), S_OK);
+    EXPECT_EQ(NewCommand()->Invoke(ItemArray({kThisPc, greekFile, kControlPanel, folder}).Get(), nullptr), S_OK);
     EXPECT_EQ(TakeListFile(), classic);
 }
 
@@ -413,18 +365,15 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
     const std::wstring senderFolder = temp.path() + L"\\sender";
     InstalledSender sender(senderFolder);
     ASSERT_TRUE(sender.installed);
-    std::vector<IdList> virtualIds;
-    virtualIds.push_back(VirtualItemId(CSIDL_DRIVES));
-    virtualIds.push_back(VirtualItemId(CSIDL_CONTROLS));
     const struct {
         ComPtr<IShellItemArray> items;
         HRESULT result;
         bool started;
     } cases[] = {
-        {ItemArray(virtualIds), E_INVALIDARG, false},
+        {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG, false},
         {EmptyArray(), E_INVALIDARG, false},
         {nullptr, E_INVALIDARG, false},
-        {ItemArray(std::vector<std::wstring>{file}), S_OK, true}, // the sender does start for a file
+        {ItemArray({file}), S_OK, true}, // the sender does start for a file
     };
     for (const auto& c : cases) {
         const int row = static_cast<int>(&c - cases);

@@ -169,7 +169,7 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     ASSERT_TRUE(CreateDirectoryW(places[1].c_str(), nullptr));
     const std::string ini = "[UI]\r\nlanguage=zh-CN\r\n";
     for (const std::wstring& place : places) {
-        ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"recording-sender.exe").c_str(), (place + L"Pelloc.exe").c_str(),
+        ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), (place + L"Pelloc.exe").c_str(),
                               FALSE));
         ASSERT_TRUE(WriteFileBytes(place + L"config.ini", ini.data(), ini.size()));
     }
@@ -209,10 +209,9 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     SetCurrentDirectoryW(hostFolder);
     Sleep(500); // time for a planted program to leave its record
     for (const std::wstring& place : places) {
-        EXPECT_EQ(GetFileAttributesW((place + L"record.done").c_str()), INVALID_FILE_ATTRIBUTES)
+        EXPECT_EQ(GetFileAttributesW((place + L"sender-report.txt").c_str()), INVALID_FILE_ATTRIBUTES)
             << "started: " << testing::PrintToString(place);
-        for (const wchar_t* name : {L"Pelloc.exe", L"config.ini", L"record.done", L"command-line.txt",
-                                    L"current-directory.txt", L"transfer-list.bin"})
+        for (const wchar_t* name : {L"Pelloc.exe", L"config.ini", L"sender-report.txt"})
             DeleteFileW((place + name).c_str());
     }
 }

@@ -1,4 +1,4 @@
-// What the hand-off tests share: private folders, the recording sender and what it records.
+// What the hand-off tests share: private folders, the sample sender and what it reports.
 #pragma once
 #include <windows.h>
 #include <shellapi.h>
@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/registry.h"
+#include "platform/handles.h"
 #include "sender/sender_installation.h"
 #include "support/environment.h"
 
@@ -33,13 +34,13 @@ inline std::string Utf16Bytes(const std::wstring& text)
     return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
 }
 
-// The recording sender copied in as folder\Pelloc.exe (folder made here) and registered under
-// App Paths; it leaves its record beside itself.
+// The sample sender copied in as folder\Pelloc.exe (folder made here) and registered under
+// App Paths; it reports beside itself.
 struct InstalledSender {
     explicit InstalledSender(const std::wstring& folder) : path(folder + L"\\" + kSenderFileName)
     {
         CreateDirectoryW(folder.c_str(), nullptr);
-        installed = CopyFileW((ProgramDirectory() + L"recording-sender.exe").c_str(), path.c_str(), FALSE) != FALSE;
+        installed = CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE) != FALSE;
         registration.SetString(folder);
     }
     const std::wstring path;
@@ -47,34 +48,40 @@ struct InstalledSender {
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
 };
 
-// What the recording sender wrote: its command line, its current folder, the list's bytes.
+// What the sender reported: its command line, its current folder and, when it could read the
+// list, what it received ("1 file(s) and 2 folder(s)").
 struct SenderRecord {
     std::wstring commandLine;
     std::wstring currentDirectory;
-    std::optional<std::string> transferList;
+    std::string received;
 };
 
-// Waits up to timeoutMs for a complete record in folder and takes it away, so that the next
-// start leaves a new one.
+// Waits up to timeoutMs for a complete report of a sender installed in folder, and takes it away
+// so that the next start leaves a new one.
 inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD timeoutMs = 20000)
 {
+    const std::wstring report = folder + L"\\sender-report.txt";
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
-    // record.done is written last, and cannot be deleted while it is being written.
-    while (!DeleteFileW((folder + L"\\record.done").c_str())) {
+    // The sender keeps the report open until it is whole.
+    while (!UniqueFileHandle(CreateFileW(report.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr))) {
         if (GetTickCount64() >= deadline)
             return std::nullopt;
         Sleep(20);
     }
-    const auto text = [&](const wchar_t* name) {
-        const std::string bytes = ReadFileBytes(folder + name);
-        return std::wstring(reinterpret_cast<const wchar_t*>(bytes.data()), bytes.size() / sizeof(wchar_t));
+    const std::string text = ReadFileBytes(report);
+    DeleteFileW(report.c_str());
+    const auto field = [&](const std::string& name) {
+        const size_t start = text.find("sender: " + name + " ");
+        const size_t from = start == std::string::npos ? text.size() : start + name.size() + 9;
+        return text.substr(from, text.find('\n', from) - from);
     };
-    SenderRecord record{text(L"\\command-line.txt"), text(L"\\current-directory.txt"), std::nullopt};
-    const std::wstring list = folder + L"\\transfer-list.bin";
-    if (GetFileAttributesW(list.c_str()) != INVALID_FILE_ATTRIBUTES)
-        record.transferList = ReadFileBytes(list);
-    DeleteFileW(list.c_str());
-    return record;
+    const auto wide = [](const std::string& utf8) {
+        std::wstring out(utf8.size(), L'\0');
+        out.resize(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), out.data(),
+                                       static_cast<int>(out.size())));
+        return out;
+    };
+    return SenderRecord{wide(field("command line:")), wide(field("started in:")), field("received")};
 }
 
 // The arguments as the sender's runtime splits them.

@@ -135,7 +135,7 @@ TEST_F(InvokeCommandTest, NoListWrittenIsInvalidArgAndSpendsTheSelection)
     EXPECT_TRUE(m_items.empty());
 }
 
-// The recording sender stands in for Pelloc.exe, installed in folder for one command.
+// The sample sender stands in for Pelloc.exe, installed in folder for one command.
 class SenderLaunchTest : public InvokeCommandTest {
 protected:
     std::optional<test::SenderRecord> Launch(const std::wstring& folder, DWORD timeoutMs = 20000)
@@ -169,7 +169,8 @@ TEST_F(SenderLaunchTest, SenderGetsItsPathAndTheQuotedListNameCutTo519Characters
         ASSERT_EQ(lists.size(), 1u);
         const std::wstring line = c.sender + L"\\Pelloc.exe /transferfilelist=\"" + lists[0] + L"\"";
         EXPECT_EQ(record->commandLine, line.substr(0, 519));
-        EXPECT_EQ(record->transferList, line.size() > 519 ? std::nullopt : std::optional(ExpectedList()));
+        EXPECT_EQ(record->received, line.size() > 519 ? "" : "1 file(s) and 1 folder(s)");
+        EXPECT_EQ(test::ReadFileBytes(lists[0]), ExpectedList());
     }
 }
 
@@ -177,7 +178,7 @@ TEST_F(SenderLaunchTest, SenderGetsItsPathAndTheQuotedListNameCutTo519Characters
 // would run in its place: the sender is started by its full path, with the same line.
 TEST_F(SenderLaunchTest, AProgramAtTheFirstBlankOfTheSendersPathIsNeverStarted)
 {
-    ASSERT_TRUE(CopyFileW((test::ProgramDirectory() + L"recording-sender.exe").c_str(),
+    ASSERT_TRUE(CopyFileW((test::ProgramDirectory() + L"sample-sender.exe").c_str(),
                           (m_plain.path + L"\\send.exe").c_str(), FALSE));
     const std::wstring folder = m_plain.path + L"\\send er";
 

@@ -1,4 +1,4 @@
-// The start routines on their own, with the recording sender as the program started. What the
+// The start routines on their own, with the sample sender as the program started. What the
 // launch passes them is seen through RunCommand (invoke_command_test.cpp).
 #include <gtest/gtest.h>
 
@@ -18,26 +18,27 @@ protected:
 };
 
 // Plain: "file" parameters, in directory. Elevated from Windows Vista on: through the shell, the
-// path and the parameters handed over apart. Either way waited for, its exit code reported.
+// path and the parameters handed over apart. Either way waited for, its exit code reported (the
+// sender's 2: no list named, 3: a list it cannot read).
 TEST_F(StartRoutinesTest, RunProgramWaitsAndReportsTheExitCode)
 {
-    const test::ScopedVariable exitCode(L"QUILLET_SENDER_EXIT_CODE", L"7");
     const std::wstring quoted = L"\"" + m_sender.path + L"\"";
     const struct {
         bool elevate;
         const wchar_t* parameters;
+        DWORD exitCode;
         std::wstring line;                    // exactly, or
         std::vector<std::wstring> arguments; // as split
     } cases[] = {
-        {false, L"one \"two three\"", quoted + L" one \"two three\"", {}},
-        {false, nullptr, quoted, {}},
-        {true, L"/transferfilelist=\"C:\\a b.tmp\"", L"", {m_sender.path, L"/transferfilelist=C:\\a b.tmp"}},
+        {false, L"one \"two three\"", 2, quoted + L" one \"two three\"", {}},
+        {false, nullptr, 2, quoted, {}},
+        {true, L"/transferfilelist=\"C:\\a b.tmp\"", 3, L"", {m_sender.path, L"/transferfilelist=C:\\a b.tmp"}},
     };
     for (const auto& c : cases) {
         DWORD code = 0;
         ASSERT_TRUE(RunProgram(nullptr, m_sender.path.c_str(), c.parameters, m_temp.path.c_str(), INFINITE, &code,
                                c.elevate));
-        EXPECT_EQ(code, 7u);
+        EXPECT_EQ(code, c.exitCode);
         const auto record = test::TakeRecord(m_folder, 0);
         ASSERT_TRUE(record) << "not waited for";
         if (c.line.empty())

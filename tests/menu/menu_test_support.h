@@ -1,5 +1,5 @@
-// Shared set-up of the menu tests: a fake sender installation and what a handler provides to
-// the menu routines.
+// Shared set-up of the menu tests: what a handler provides to the menu routines, and pictures
+// read back.
 #pragma once
 #include <windows.h>
 
@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/fake_sender.h"
 #include "common/registry.h"
 #include "menu/menu_presentation.h"
 #include "platform/gdiplus.h"
@@ -40,30 +41,6 @@ public:
 
 private:
     ULONG_PTR m_token = 0;
-};
-
-// A folder registered as the sender's App Paths "Path", optionally holding "Pelloc.exe" and a
-// "config.ini" with [UI] language=...; registration and folder go away with the object.
-class FakeSender {
-public:
-    explicit FakeSender(bool withExecutable = true, std::optional<std::string> language = std::nullopt)
-        : m_folder(MakeTempFolder(L"sender")), m_path(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue)
-    {
-        m_path.SetString(m_folder);
-        if (withExecutable)
-            WriteFileBytes(m_folder + L"\\" + kSenderFileName, "", 0);
-        if (language) {
-            const std::string ini = "[Other]\r\nlanguage=de\r\n[UI]\r\nlanguage=" + *language + "\r\n";
-            WriteFileBytes(m_folder + L"\\config.ini", ini.data(), ini.size());
-        }
-    }
-    ~FakeSender() { RemoveTree(m_folder); }
-    FakeSender(const FakeSender&) = delete;
-    FakeSender& operator=(const FakeSender&) = delete;
-
-private:
-    std::wstring m_folder;
-    ScopedRegistryValue m_path;
 };
 
 // Every pixel, top row first, as GDI reads the bitmap back: the same whatever its row order.

@@ -3,13 +3,14 @@
 # nothing, an install registers the installed file and the Explorer-like host shows the command,
 # a newer package replaces the older one, and removal leaves no file and no registry entry.
 # The Windows 11 command: the installer runs its registration script when and as it should, with
-# a recording program standing in for PowerShell (Wine's powershell.exe is a stub that does
-# nothing, so whether Windows registers the package is for a real Windows 11 to show).
+# the sample sender standing in for PowerShell and reporting how it was called (Wine's
+# powershell.exe is a stub that does nothing, so whether Windows registers the package is for a
+# real Windows 11 to show). The stand-in exits 2 every time, as a script that fails.
 #
-#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH
+#   install_test.sh WINE-RUN DIST-FOLDER MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH
 set -euo pipefail
-[ $# -eq 9 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER RECORDER SCRATCH" >&2; exit 2; }
-run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" recorder="$8" scratch="$9"
+[ $# -eq 8 ] || { echo "usage: install_test.sh WINE-RUN DIST MSI VERSION MAKE-MSI SHELLHOST SENDER SCRATCH" >&2; exit 2; }
+run="$1" dist="$2" msi="$3" version="$4" make_msi="$5" host="$6" sender="$7" scratch="$8"
 here="$(cd "$(dirname "$0")" && pwd)"
 
 clsid='{F2196025-497B-4A61-AEA7-27325149132A}'
@@ -88,11 +89,13 @@ expect_nothing() {
     [ ! -e "$default_dir/Quillet.dll" ] || fail "$state: Quillet.dll left in Program Files"
 }
 
-# The stand-in for PowerShell records its last command line here.
+# The stand-in for PowerShell appends how it was called to its report; the last call counts.
 powershell='C:\quillet-package-test\ps\powershell.exe'
-record="$home/ps/command-line.txt"
+record="$home/ps/sender-report.txt"
 script_call() {
-    if [ -f "$record" ]; then iconv -f UTF-16LE -t UTF-8 "$record" | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'; fi
+    if [ -f "$record" ]; then
+        grep '^sender: command line: ' "$record" | tail -1 | tr -d '\r' | sed 's/.*QuilletPackage.ps1/QuilletPackage.ps1/'
+    fi
 }
 expect_script_call() {
     local got
@@ -154,7 +157,7 @@ old_path="$(value_of "$app_paths\\Path")"
 mkdir -p "$home/sender"
 cp "$sender" "$home/sender/Pelloc.exe"
 mkdir -p "$home/ps"
-cp "$recorder" "$home/ps/powershell.exe"
+cp "$sender" "$home/ps/powershell.exe"
 echo "item" > "$home/item.txt"
 set_app_paths=true
 "$run" reg add "$app_paths" /v Path /d 'C:\quillet-package-test\sender' /f >/dev/null 2>&1
@@ -172,10 +175,9 @@ installed="$msi"
 expect_script_call "after install" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$msi" "$version" "$scratch/newer.msi" "after install"
 
-# The newer package replaces it where it is; Windows 11's first build, not forced, and a script that
-# fails, which does not fail the install.
+# The newer package replaces it where it is; Windows 11's first build, not forced.
 set_build 22000
-QUILLET_SENDER_EXIT_CODE=1 msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "upgrade failed"
+msiexec /i "$(winpath "$scratch/newer.msi")" "POWERSHELL=$powershell" || fail "upgrade failed"
 installed="$scratch/newer.msi"
 expect_script_call "after upgrade on build 22000" 'QuilletPackage.ps1" register-user'
 expect_installed "$chosen" "$scratch/newer.msi" "$newer" "$msi" "after upgrade"

@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "common/registry.h"
+#include "support/registry.h"
 #include "sender/sender_installation.h"
 
 namespace quillet {

@@ -7,27 +7,6 @@
 namespace quillet::test {
 namespace {
 
-template <typename Char>
-std::vector<BYTE> DropFiles(const std::vector<std::basic_string<Char>>& paths, BOOL wide)
-{
-    size_t characters = 1; // the closing empty name
-    for (const auto& path : paths)
-        characters += path.size() + 1;
-    if (paths.empty())
-        characters = 2; // an empty first name and the closing one: no walk runs past the end
-    std::vector<BYTE> bytes(sizeof(DROPFILES) + characters * sizeof(Char), 0);
-    DROPFILES header = {};
-    header.pFiles = sizeof(DROPFILES);
-    header.fWide = wide;
-    std::memcpy(bytes.data(), &header, sizeof(header));
-    BYTE* out = bytes.data() + sizeof(DROPFILES);
-    for (const auto& path : paths) {
-        std::memcpy(out, path.c_str(), (path.size() + 1) * sizeof(Char));
-        out += (path.size() + 1) * sizeof(Char);
-    }
-    return bytes;
-}
-
 bool IsDropListRequest(const FORMATETC* format)
 {
     return format && format->cfFormat == CF_HDROP && format->ptd == nullptr &&
@@ -38,12 +17,22 @@ bool IsDropListRequest(const FORMATETC* format)
 
 std::vector<BYTE> WideDropFiles(const std::vector<std::wstring>& paths)
 {
-    return DropFiles(paths, TRUE);
-}
-
-std::vector<BYTE> AnsiDropFiles(const std::vector<std::string>& paths)
-{
-    return DropFiles(paths, FALSE);
+    size_t characters = 1; // the closing empty name
+    for (const auto& path : paths)
+        characters += path.size() + 1;
+    if (paths.empty())
+        characters = 2; // an empty first name and the closing one: no walk runs past the end
+    std::vector<BYTE> bytes(sizeof(DROPFILES) + characters * sizeof(wchar_t), 0);
+    DROPFILES header = {};
+    header.pFiles = sizeof(DROPFILES);
+    header.fWide = TRUE;
+    std::memcpy(bytes.data(), &header, sizeof(header));
+    BYTE* out = bytes.data() + sizeof(DROPFILES);
+    for (const auto& path : paths) {
+        std::memcpy(out, path.c_str(), (path.size() + 1) * sizeof(wchar_t));
+        out += (path.size() + 1) * sizeof(wchar_t);
+    }
+    return bytes;
 }
 
 UniqueGlobal MakeGlobal(const std::vector<BYTE>& bytes)

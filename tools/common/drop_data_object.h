@@ -14,8 +14,6 @@ namespace quillet::test {
 // A DROPFILES header (fWide set) and the names, each terminated, then the closing empty name
 // (an empty list is two zeros).
 std::vector<BYTE> WideDropFiles(const std::vector<std::wstring>& paths);
-// The same with narrow names (fWide clear), as older programs build it.
-std::vector<BYTE> AnsiDropFiles(const std::vector<std::string>& paths);
 // A movable global block holding exactly these bytes.
 UniqueGlobal MakeGlobal(const std::vector<BYTE>& bytes);
 

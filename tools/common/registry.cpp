@@ -1,7 +1,5 @@
 #include "common/registry.h"
 
-#include <algorithm>
-
 #include "platform/handles.h"
 
 namespace quillet::test {
@@ -70,87 +68,6 @@ void ScopedRegistryValue::Delete()
     UniqueRegKey key = Open(m_root, m_subKey, KEY_SET_VALUE | m_view);
     if (key)
         RegDeleteValueW(key.get(), m_valueName.c_str());
-}
-
-ScopedKeyRemoval::ScopedKeyRemoval(HKEY root, std::wstring subKey, REGSAM view)
-    : m_root(root), m_subKey(std::move(subKey)), m_view(view)
-{
-}
-
-ScopedKeyRemoval::~ScopedKeyRemoval()
-{
-    DeleteTree(m_root, m_subKey, m_view);
-}
-
-bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view)
-{
-    return static_cast<bool>(Open(root, subKey, KEY_READ | view));
-}
-
-std::optional<std::wstring> ReadString(HKEY root, const std::wstring& subKey, const std::wstring& valueName,
-                                       REGSAM view)
-{
-    UniqueRegKey key = Open(root, subKey, KEY_QUERY_VALUE | view);
-    if (!key)
-        return std::nullopt;
-    DWORD type = 0, bytes = 0;
-    const wchar_t* name = valueName.empty() ? nullptr : valueName.c_str();
-    if (RegQueryValueExW(key.get(), name, nullptr, &type, nullptr, &bytes) != ERROR_SUCCESS || type != REG_SZ)
-        return std::nullopt;
-    std::wstring data(bytes / sizeof(wchar_t), L'\0');
-    if (RegQueryValueExW(key.get(), name, nullptr, &type, reinterpret_cast<BYTE*>(data.data()), &bytes) !=
-        ERROR_SUCCESS)
-        return std::nullopt;
-    data.resize(bytes / sizeof(wchar_t));
-    while (!data.empty() && data.back() == L'\0')
-        data.pop_back();
-    return data;
-}
-
-std::vector<std::wstring> ValueNames(HKEY root, const std::wstring& subKey, REGSAM view)
-{
-    std::vector<std::wstring> names;
-    UniqueRegKey key = Open(root, subKey, KEY_QUERY_VALUE | view);
-    if (!key)
-        return names;
-    for (DWORD index = 0;; ++index) {
-        wchar_t name[16384];
-        DWORD length = 16384;
-        if (RegEnumValueW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            break;
-        names.emplace_back(name, length);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view)
-{
-    std::vector<std::wstring> names;
-    UniqueRegKey key = Open(root, subKey, KEY_ENUMERATE_SUB_KEYS | view);
-    if (!key)
-        return names;
-    for (DWORD index = 0;; ++index) {
-        wchar_t name[256];
-        DWORD length = 256;
-        if (RegEnumKeyExW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            break;
-        names.emplace_back(name, length);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
-bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
-                 REGSAM view)
-{
-    UniqueRegKey key;
-    if (RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE | view, nullptr, key.put(), nullptr) !=
-        ERROR_SUCCESS)
-        return false;
-    return RegSetValueExW(key.get(), valueName.empty() ? nullptr : valueName.c_str(), 0, REG_SZ,
-                          reinterpret_cast<const BYTE*>(data.c_str()),
-                          static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
 }
 
 void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view)

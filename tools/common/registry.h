@@ -1,4 +1,4 @@
-// Registry changes a test or tool makes and takes back when it ends, and registry reads.
+// Registry values a test or tool sets and takes back when it ends.
 #pragma once
 #include <windows.h>
 
@@ -30,29 +30,7 @@ private:
     std::optional<std::pair<DWORD, std::vector<BYTE>>> m_old;
 };
 
-// Deletes a whole key (with subkeys) when the object ends.
-class ScopedKeyRemoval {
-public:
-    ScopedKeyRemoval(HKEY root, std::wstring subKey, REGSAM view = 0);
-    ~ScopedKeyRemoval();
-    ScopedKeyRemoval(const ScopedKeyRemoval&) = delete;
-    ScopedKeyRemoval& operator=(const ScopedKeyRemoval&) = delete;
-
-private:
-    HKEY m_root;
-    std::wstring m_subKey;
-    REGSAM m_view;
-};
-
-bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view = 0);
-std::optional<std::wstring> ReadString(HKEY root, const std::wstring& subKey, const std::wstring& valueName,
-                                       REGSAM view = 0);
-// Names of the values of a key ("" for the default value), sorted.
-std::vector<std::wstring> ValueNames(HKEY root, const std::wstring& subKey, REGSAM view = 0);
-std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view = 0);
-// A plain write, not taken back: for state the code under test is expected to remove.
-bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
-                 REGSAM view = 0);
+// Removes a key with all below it.
 void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 
 } // namespace quillet::test

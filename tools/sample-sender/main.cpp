@@ -1,16 +1,17 @@
-// sample-sender: installed as Pelloc.exe for demos and end-to-end tests.
+// sample-sender: installed as Pelloc.exe for demos and tests.
 //
 //   Pelloc.exe /transferfilelist="<file>"
 //
-// Checks the list file and reports what it received, on standard output and, when the
-// environment names one in SAMPLE_SENDER_REPORT, appended to that UTF-8 file (a sender
-// started from Explorer has no console to show). Exit code 0: the list was read;
-// 2: bad command line; 3: the file could not be read; 4: the file is malformed.
+// Checks the list file and reports how it was started and what it received, on standard output
+// and appended to a UTF-8 file (a sender started from Explorer has no console to show): the one
+// SAMPLE_SENDER_REPORT names, else sender-report.txt beside the program, in one write. Exit code
+// 0: the list was read; 2: bad command line; 3: the file could not be read; 4: the file is malformed.
 #include <windows.h>
 #include <shellapi.h>
 
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "transfer_list_reader.h"
 
@@ -49,15 +50,19 @@ int Report(const std::wstring& text, int exitCode)
     const std::string utf8 = Utf8(text);
     std::fwrite(utf8.data(), 1, utf8.size(), stdout);
     std::fflush(stdout);
-    wchar_t reportPath[MAX_PATH] = {};
-    if (GetEnvironmentVariableW(L"SAMPLE_SENDER_REPORT", reportPath, MAX_PATH) > 0) {
-        HANDLE file = CreateFileW(reportPath, FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
-                                  FILE_ATTRIBUTE_NORMAL, nullptr);
-        if (file != INVALID_HANDLE_VALUE) {
-            DWORD written = 0;
-            WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
-            CloseHandle(file);
-        }
+    std::vector<wchar_t> buffer(32768);
+    std::wstring reportPath(buffer.data(), GetEnvironmentVariableW(L"SAMPLE_SENDER_REPORT", buffer.data(), 32768));
+    if (reportPath.empty()) {
+        reportPath.assign(buffer.data(), GetModuleFileNameW(nullptr, buffer.data(), 32768));
+        reportPath.replace(reportPath.find_last_of(L'\\') + 1, std::wstring::npos, L"sender-report.txt");
+    }
+    // Open until the report is whole: a reader that opens the file for itself alone sees all of it.
+    HANDLE file = CreateFileW(reportPath.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, nullptr, OPEN_ALWAYS,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file != INVALID_HANDLE_VALUE) {
+        DWORD written = 0;
+        WriteFile(file, utf8.data(), static_cast<DWORD>(utf8.size()), &written, nullptr);
+        CloseHandle(file);
     }
     return exitCode;
 }
@@ -77,7 +82,10 @@ int wmain()
     if (argv)
         LocalFree(argv);
 
-    std::wstring text = L"sender: command line: " + commandLine + L"\n";
+    std::vector<wchar_t> folder(32768);
+    folder.resize(GetCurrentDirectoryW(32768, folder.data()));
+    std::wstring text = L"sender: command line: " + commandLine + L"\nsender: started in: " +
+                        std::wstring(folder.begin(), folder.end()) + L"\n";
     if (listFile.empty())
         return Report(text + L"sender: error: no /transferfilelist=\"<file>\" argument\n", 2);
     text += L"sender: list file: " + listFile + L"\n";

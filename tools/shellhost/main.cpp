@@ -23,6 +23,7 @@
 #include "command/command_class.h"
 #include "common/files.h"
 #include "common/module_library.h"
+#include "common/shell_items.h"
 #include "handler_keys.h"
 #include "menu_dump.h"
 #include "selection.h"
@@ -161,24 +162,13 @@ int RunModern(const Options& options)
         Print(L"shellhost: the command could not be created, " + Hex(hr) + L"\n");
         return 2;
     }
-    std::vector<PIDLIST_ABSOLUTE> ids;
-    for (const std::wstring& path : options.paths) {
-        PIDLIST_ABSOLUTE id = nullptr;
-        if (SUCCEEDED(SHParseDisplayName(path.c_str(), nullptr, &id, 0, nullptr)))
-            ids.push_back(id);
-        else
-            Print(L"shellhost: cannot find " + path + L"\n");
-    }
-    ComPtr<IShellItemArray> items;
-    hr = ids.empty() ? E_INVALIDARG
-                     : SHCreateShellItemArrayFromIDLists(static_cast<UINT>(ids.size()),
-                                                         const_cast<PCIDLIST_ABSOLUTE*>(ids.data()),
-                                                         items.GetAddressOf());
-    for (PIDLIST_ABSOLUTE id : ids)
-        CoTaskMemFree(id);
-    if (FAILED(hr))
+    std::vector<std::wstring> unparsed;
+    const ComPtr<IShellItemArray> items = quillet::test::ShellItemArray(options.paths, &unparsed);
+    for (const std::wstring& path : unparsed)
+        Print(L"shellhost: cannot find " + path + L"\n");
+    if (!items)
         return 2;
-    Print(L"selection: " + std::to_wstring(ids.size()) + L" item(s)\n");
+    Print(L"selection: " + std::to_wstring(options.paths.size() - unparsed.size()) + L" item(s)\n");
 
     EXPCMDSTATE state = ECS_HIDDEN;
     hr = command->GetState(items.Get(), FALSE, &state);

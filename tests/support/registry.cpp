@@ -1,0 +1,53 @@
+#include "support/registry.h"
+
+#include <algorithm>
+
+#include "platform/handles.h"
+
+namespace quillet::test {
+namespace {
+
+UniqueRegKey OpenKey(HKEY root, const std::wstring& subKey, REGSAM access)
+{
+    UniqueRegKey key;
+    if (RegOpenKeyExW(root, subKey.c_str(), 0, access, key.put()) != ERROR_SUCCESS)
+        key.release();
+    return key;
+}
+
+} // namespace
+
+bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    return static_cast<bool>(OpenKey(root, subKey, KEY_READ | view));
+}
+
+std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view)
+{
+    std::vector<std::wstring> names;
+    UniqueRegKey key = OpenKey(root, subKey, KEY_ENUMERATE_SUB_KEYS | view);
+    if (!key)
+        return names;
+    for (DWORD index = 0;; ++index) {
+        wchar_t name[256];
+        DWORD length = 256;
+        if (RegEnumKeyExW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        names.emplace_back(name, length);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
+                 REGSAM view)
+{
+    UniqueRegKey key;
+    if (RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE | view, nullptr, key.put(), nullptr) !=
+        ERROR_SUCCESS)
+        return false;
+    return RegSetValueExW(key.get(), valueName.empty() ? nullptr : valueName.c_str(), 0, REG_SZ,
+                          reinterpret_cast<const BYTE*>(data.c_str()),
+                          static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+}
+} // namespace quillet::test
