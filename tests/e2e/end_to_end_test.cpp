@@ -111,16 +111,5 @@ TEST_F(EndToEnd, TenThousandFilesArriveInOneList)
     EXPECT_NE(received.find("file:   " + Utf8(many + std::wstring(L"\\file9999.dat")) + "\n"), std::string::npos);
 }
 
-TEST_F(EndToEnd, AfterUnregistrationNoCommandAppears)
-{
-    const std::wstring file = itemsFolder + L"\\gone.txt";
-    ASSERT_TRUE(WriteFileBytes(file, "x", 1));
-    ASSERT_EQ(RunRegsvr32(ModulePath(), true), 0u);
-    const ProcessResult host = Host(Quoted(file));
-    ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u);
-    EXPECT_EQ(host.exitCode, 3u) << host.output;
-    EXPECT_EQ(host.output.find("{F2196025-497B-4A61-AEA7-27325149132A}"), std::string::npos) << host.output;
-}
-
 } // namespace
 } // namespace quillet::test

@@ -121,8 +121,7 @@ void Registry(std::string_view input)
     if (option) {
         const bool dword = type == REG_DWORD && input.size() == sizeof(DWORD);
         const DWORD answer = ReadMenuOption();
-        Require(dword ? answer == Take<DWORD>(input) : type == REG_DWORD || answer == 1,
-                "MenuOption is a four-byte REG_DWORD's value, 1 for any other type");
+        Require(answer == (dword ? Take<DWORD>(input) : 1u), "MenuOption is a four-byte REG_DWORD's value, else 1");
         return;
     }
     const std::wstring folder = GetSenderDirectory();

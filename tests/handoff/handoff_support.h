@@ -2,6 +2,7 @@
 #pragma once
 #include <windows.h>
 #include <shellapi.h>
+#include <shobjidl.h>
 
 #include <optional>
 #include <string>
@@ -82,6 +83,14 @@ inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD 
         return out;
     };
     return SenderRecord{wide(field("command line:")), wide(field("started in:")), field("received")};
+}
+
+// The command by its offset 0, as a menu that holds the handler's item chooses it.
+inline HRESULT InvokeFirst(IContextMenu* menu)
+{
+    CMINVOKECOMMANDINFO invoke = {};
+    invoke.cbSize = sizeof(invoke);
+    return menu->InvokeCommand(&invoke);
 }
 
 // The arguments as the sender's runtime splits them.

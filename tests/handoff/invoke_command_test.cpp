@@ -64,7 +64,7 @@ protected:
 };
 
 // An accepted verb spends the selection and leaves a list of its own, the sender being missing;
-// any other changes nothing.
+// any other changes nothing. Each form once here; the fuzz test tries them in every combination.
 TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLetterCase)
 {
     const wchar_t accented[] = L"Envoy\u00E9 \u00E0 Pelloc";
@@ -90,16 +90,12 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
         {"offset 0, 5 recorded", kShort, Offset(0), nullptr, 5, true},
         {"the recorded offset", kShort, Offset(5), nullptr, 5, true},
         {"another offset", kShort, Offset(3), nullptr, 5, false},
-        {"offset 0xFFFF", kShort, Offset(0xFFFF), nullptr, 0, false},
         {"narrow text above 4 GiB", kShort, highOther, nullptr, 0, false},
         {"narrow caption above 4 GiB", kShort, highCaption, nullptr, 0, true},
         {"narrow caption", kShort, "SEND WITH pelloc", nullptr, 0, true},
         {"wide caption", kLong, "other", L"send WITH PELLOC", 0, true},
-        {"null wide verb", kLong, "Send with Pelloc", nullptr, 0, false},
         {"wide verb an offset", kLong, "Send with Pelloc", MAKEINTRESOURCEW(3), 0, false},
-        {"wide verb the highest offset", kLong, "Send with Pelloc", MAKEINTRESOURCEW(0xFFFF), 0, false},
         {"wide verb, structure not 104 bytes", kShort, "other", kCaption, 0, false},
-        {"narrow verb, structure not 104 bytes", kLong - 8, "send with pelloc", L"other", 0, true},
         // Only a code page that can spell the caption can pass it.
         {"narrow caption in the thread's code page", kShort, inCodePage, nullptr, 0, !lossy, accented},
     };

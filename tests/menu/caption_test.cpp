@@ -37,8 +37,7 @@ TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
         test::FakeSender sender(true, c.language);
         EXPECT_EQ(NewCaption(), c.caption) << c.language.value_or("no config.ini");
     }
-    test::ScopedRegistryValue path(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
-    path.Delete();
+    test::FakeSender unregistered(true, "ru", false);
     EXPECT_EQ(NewCaption(), kEnglish) << "no sender folder";
 }
 

@@ -106,7 +106,6 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
     test::FakeSender sender;
     test::ScopedRegistryValue nativeView(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_64KEY);
     const DWORD zero = 0, two = 2;
-    const DWORD64 zeroes = 0;
     const struct {
         const char* what;
         DWORD type;
@@ -118,10 +117,7 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
         {"missing", REG_NONE, nullptr, 0, false, true},
         {"0", REG_DWORD, &zero, 4, false, false},
         {"2", REG_DWORD, &two, 4, false, true},
-        {"the string \"0\"", REG_SZ, L"0", 4, false, true},
-        {"two zero bytes", REG_BINARY, &zero, 2, false, true},
-        {"a DWORD of two zero bytes", REG_DWORD, &zero, 2, false, true},
-        {"a DWORD of eight zero bytes", REG_DWORD, &zeroes, 8, false, true},
+        {"a DWORD of two zero bytes", REG_DWORD, &zero, 2, false, true}, // other sizes and types: the fuzz test
         {"0 in the 64-bit view only", REG_DWORD, &zero, 4, true, true},
     };
     // One menu after the other: the setting is read at every call.

@@ -2,6 +2,9 @@
 #pragma once
 #include <windows.h>
 
+#include <gtest/gtest.h>
+#include <wrl/client.h>
+
 #include <string>
 
 #include "common/module_library.h"
@@ -10,5 +13,36 @@ namespace quillet::test {
 
 // Runs regsvr32 in a process of its own; returns its exit code (0 on success).
 DWORD RunRegsvr32(const std::wstring& modulePath, bool unregister);
+
+// A server loaded through its exports on a single-threaded apartment, as Explorer or the COM
+// surrogate holds it, and its class object; at the end every object it made must be gone.
+class LoadedServer : public testing::Test {
+protected:
+    LoadedServer(const std::wstring& path, REFCLSID clsid) : module(path), m_clsid(clsid) {}
+    void SetUp() override
+    {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), S_OK);
+        ASSERT_EQ(module.GetClassObject(m_clsid, IID_PPV_ARGS(&factory)), S_OK);
+    }
+    void TearDown() override
+    {
+        factory.Reset();
+        EXPECT_EQ(module.CanUnloadNow(), S_OK);
+        CoUninitialize();
+    }
+    template <typename Interface>
+    Microsoft::WRL::ComPtr<Interface> Create()
+    {
+        Microsoft::WRL::ComPtr<Interface> object;
+        EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)), S_OK);
+        return object;
+    }
+
+    ModuleLibrary module;
+    Microsoft::WRL::ComPtr<IClassFactory> factory;
+
+private:
+    const CLSID m_clsid;
+};
 
 } // namespace quillet::test

@@ -5,17 +5,6 @@
 #include "platform/handles.h"
 
 namespace quillet::test {
-namespace {
-
-UniqueRegKey OpenKey(HKEY root, const std::wstring& subKey, REGSAM access)
-{
-    UniqueRegKey key;
-    if (RegOpenKeyExW(root, subKey.c_str(), 0, access, key.put()) != ERROR_SUCCESS)
-        key.release();
-    return key;
-}
-
-} // namespace
 
 bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view)
 {

@@ -5,10 +5,13 @@
 
 namespace quillet::test {
 
-FakeSender::FakeSender(bool withExecutable, std::optional<std::string> language)
+FakeSender::FakeSender(bool withExecutable, std::optional<std::string> language, bool registered)
     : m_folder(MakeTempFolder(L"sender")), m_path(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue)
 {
-    m_path.SetString(m_folder);
+    if (registered)
+        m_path.SetString(m_folder);
+    else
+        m_path.Delete();
     if (withExecutable)
         WriteFileBytes(m_folder + L"\\" + kSenderFileName, "", 0);
     if (language) {

@@ -1,6 +1,7 @@
 // The sender "installed" as on a user's machine, for tests and benchmarks: a fresh folder
-// registered as the App Paths "Path", holding an empty "Pelloc.exe" unless told otherwise and,
-// given a language, a "config.ini" naming it under [UI]. Registration and folder go with the object.
+// registered as the App Paths "Path" (or, not registered, no "Path" at all), holding an empty
+// "Pelloc.exe" unless told otherwise and, given a language, a "config.ini" naming it under [UI].
+// Registration and folder go with the object.
 #pragma once
 #include <optional>
 #include <string>
@@ -11,7 +12,8 @@ namespace quillet::test {
 
 class FakeSender {
 public:
-    explicit FakeSender(bool withExecutable = true, std::optional<std::string> language = std::nullopt);
+    explicit FakeSender(bool withExecutable = true, std::optional<std::string> language = std::nullopt,
+                        bool registered = true);
     ~FakeSender();
     FakeSender(const FakeSender&) = delete;
     FakeSender& operator=(const FakeSender&) = delete;

@@ -3,9 +3,8 @@
 #include "platform/handles.h"
 
 namespace quillet::test {
-namespace {
 
-UniqueRegKey Open(HKEY root, const std::wstring& subKey, REGSAM access)
+UniqueRegKey OpenKey(HKEY root, const std::wstring& subKey, REGSAM access)
 {
     UniqueRegKey key;
     if (RegOpenKeyExW(root, subKey.c_str(), 0, access, key.put()) != ERROR_SUCCESS)
@@ -13,12 +12,10 @@ UniqueRegKey Open(HKEY root, const std::wstring& subKey, REGSAM access)
     return key;
 }
 
-} // namespace
-
 ScopedRegistryValue::ScopedRegistryValue(HKEY root, std::wstring subKey, std::wstring valueName, REGSAM view)
     : m_root(root), m_subKey(std::move(subKey)), m_valueName(std::move(valueName)), m_view(view)
 {
-    UniqueRegKey key = Open(m_root, m_subKey, KEY_QUERY_VALUE | m_view);
+    UniqueRegKey key = OpenKey(m_root, m_subKey, KEY_QUERY_VALUE | m_view);
     m_keyExisted = static_cast<bool>(key);
     if (!key)
         return;
@@ -65,14 +62,14 @@ void ScopedRegistryValue::SetDword(DWORD data)
 
 void ScopedRegistryValue::Delete()
 {
-    UniqueRegKey key = Open(m_root, m_subKey, KEY_SET_VALUE | m_view);
+    UniqueRegKey key = OpenKey(m_root, m_subKey, KEY_SET_VALUE | m_view);
     if (key)
         RegDeleteValueW(key.get(), m_valueName.c_str());
 }
 
 void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view)
 {
-    UniqueRegKey key = Open(root, subKey, KEY_ALL_ACCESS | view);
+    UniqueRegKey key = OpenKey(root, subKey, KEY_ALL_ACCESS | view);
     if (!key)
         return;
     RegDeleteTreeW(key.get(), nullptr);

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/handles.h"
+
 namespace quillet::test {
 
 // Sets one value for the life of the object; the old value (or its absence) comes back after.
@@ -30,6 +32,8 @@ private:
     std::optional<std::pair<DWORD, std::vector<BYTE>>> m_old;
 };
 
+// The key opened with the access asked for, or none.
+UniqueRegKey OpenKey(HKEY root, const std::wstring& subKey, REGSAM access);
 // Removes a key with all below it.
 void DeleteTree(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 
