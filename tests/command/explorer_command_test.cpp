@@ -118,10 +118,10 @@ private:
     const std::vector<std::wstring> m_paths;
 };
 
-ComPtr<IShellItemArray> EmptyArray()
+ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths)
 {
     ComPtr<IShellItemArray> items;
-    items.Attach(new PathItems({}));
+    items.Attach(new PathItems(std::move(paths)));
     return items;
 }
 
@@ -132,10 +132,8 @@ protected:
     {
         LoadedServer::SetUp(); // the surrogate's apartment
         menuOption.Delete();
-        file = temp.path() + L"\\item.txt";
-        folder = temp.path() + L"\\folder";
-        ASSERT_TRUE(WriteFileBytes(file, "x", 1));
-        ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr));
+        file = temp.folder.File(L"item.txt");
+        folder = temp.folder.Folder(L"folder");
     }
     ComPtr<IExplorerCommand> NewCommand() { return Create<IExplorerCommand>(); }
 
@@ -239,8 +237,7 @@ TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
         {std::nullopt, Sender::Installed, Items::Empty, ECS_HIDDEN},
         {std::nullopt, Sender::Installed, Items::None, ECS_HIDDEN},
     };
-    const std::wstring shortcut = temp.path() + L"\\item.lnk";
-    ASSERT_TRUE(MakeShortcut(shortcut, file));
+    const std::wstring shortcut = temp.folder.Shortcut(L"item.lnk", file);
     for (const auto& c : cases) {
         const int row = static_cast<int>(&c - cases);
         if (c.menuOption)
@@ -256,7 +253,7 @@ TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
         else if (c.items == Items::Folder || c.items == Items::Shortcut)
             names.push_back(c.items == Items::Folder ? folder : shortcut);
         // Wine makes no empty array; Explorer has been seen to pass one.
-        ComPtr<IShellItemArray> items = c.items == Items::Empty ? EmptyArray() : nullptr;
+        ComPtr<IShellItemArray> items = c.items == Items::Empty ? PathArray({}) : nullptr;
         if (!names.empty())
             items = ItemArray(names);
         // Explorer asks on its UI thread first, and again off it only if told E_PENDING.
@@ -270,17 +267,11 @@ TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
 
 TEST_F(ExplorerCommandTest, InvokeWritesTheListTheClassicCommandWrites)
 {
-    const std::wstring shortcut = temp.path() + L"\\Отчёт.lnk";
-    const std::wstring latinFolder = temp.path() + L"\\A folder";
-    const std::wstring greekFile = temp.path() + L"\\αρχείο 文件.txt";
-    const std::wstring cyrillicFolder = temp.path() + L"\\Фотографии";
-    ASSERT_TRUE(MakeShortcut(shortcut, file));
-    ASSERT_TRUE(WriteFileBytes(greekFile, "y", 1));
-    ASSERT_TRUE(CreateDirectoryW(latinFolder.c_str(), nullptr));
-    ASSERT_TRUE(CreateDirectoryW(cyrillicFolder.c_str(), nullptr));
+    const std::wstring shortcut = temp.folder.Shortcut(L"Отчёт.lnk", file);
+    const std::wstring latinFolder = temp.folder.Folder(L"A folder");
+    const std::wstring greekFile = temp.folder.File(L"αρχείο 文件.txt");
+    const std::wstring cyrillicFolder = temp.folder.Folder(L"Фотографии");
     const std::vector<std::vector<std::wstring>> cases = {
-        {file},
-        {folder},
         {shortcut},                        // the shortcut file itself, never its target
         {greekFile, cyrillicFolder},       // non-Latin names, as UTF-16
         {folder, file, latinFolder, greekFile, shortcut}, // folders given first still list last
@@ -311,9 +302,7 @@ TEST_F(ExplorerCommandTest, TenThousandItemsGiveTheClassicList)
     const std::optional<std::string> classic = ClassicList(paths);
     ASSERT_TRUE(classic.has_value());
     EXPECT_NE(classic->find(std::string("9\0009\0009\0009\0=\0", 10)), std::string::npos) << "line 9999";
-    ComPtr<IShellItemArray> items;
-    items.Attach(new PathItems(paths));
-    EXPECT_EQ(NewCommand()->Invoke(items.Get(), nullptr), S_OK);
+    EXPECT_EQ(NewCommand()->Invoke(PathArray(paths).Get(), nullptr), S_OK);
     EXPECT_EQ(TakeListFile(), classic);
 }
 
@@ -328,7 +317,7 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
         bool started;
     } cases[] = {
         {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG, false},
-        {EmptyArray(), E_INVALIDARG, false},
+        {PathArray({}), E_INVALIDARG, false},
         {nullptr, E_INVALIDARG, false},
         {ItemArray({file}), S_OK, true}, // the sender does start for a file
     };

@@ -4,11 +4,9 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-#include <memory>
 #include <string>
 
-#include "common/registry.h"
-#include "sender/sender_installation.h"
+#include "handoff/handoff_support.h"
 #include "support/environment.h"
 #include "support/module_library.h"
 #include "support/process.h"
@@ -25,62 +23,31 @@ std::wstring Quoted(const std::wstring& path)
 
 class EndToEnd : public testing::Test {
 protected:
-    static void SetUpTestSuite()
-    {
-        CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-        ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u);
-        senderFolder = MakeTempFolder(L"sender home");
-        itemsFolder = MakeTempFolder(L"items");
-        ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(),
-                              (senderFolder + L"\\Pelloc.exe").c_str(), FALSE));
-        report = senderFolder + L"\\report.txt";
-        SetEnvironmentVariableW(L"SAMPLE_SENDER_REPORT", report.c_str());
-        appPath = std::make_unique<ScopedRegistryValue>(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
-        appPath->SetString(senderFolder);
-    }
-
-    static void TearDownTestSuite()
-    {
-        appPath.reset();
-        RunRegsvr32(ModulePath(), true);
-        RemoveTree(senderFolder);
-        RemoveTree(itemsFolder);
-        CoUninitialize();
-    }
-
-    void SetUp() override { DeleteFileW(report.c_str()); }
+    static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
+    static void TearDownTestSuite() { RunRegsvr32(ModulePath(), true); }
+    void SetUp() override { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+    void TearDown() override { CoUninitialize(); }
 
     static ProcessResult Host(const std::wstring& arguments)
     {
         return RunProcess(L"\"" + ProgramDirectory() + L"shellhost.exe\" " + arguments);
     }
+    std::string SenderReport() { return TakeReport(sender.folder).value_or("<the sender never reported>"); }
 
-    // The sender appends its report in one write and closes it: complete once nobody else holds it.
-    static std::string SenderReport()
-    {
-        for (int wait = 0; wait < 400; ++wait, Sleep(50))
-            if (UniqueFileHandle(CreateFileW(report.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr)))
-                return ReadFileBytes(report);
-        return "<the sender never reported>";
-    }
-
-    static inline std::wstring senderFolder, itemsFolder, report;
-    static inline std::unique_ptr<ScopedRegistryValue> appPath;
+    const TempFolder home{L"sender home"};
+    const TempFolder items{L"items"};
+    const InstalledSender sender{home.path + L"\\sender"};
 };
 
 // One selection of every kind, from two folders, chosen by the caption in other letter case.
 TEST_F(EndToEnd, FilesFoldersShortcutsAndNonLatinNamesFromTwoFoldersReachTheSenderByCaption)
 {
-    const std::wstring other = itemsFolder + L"\\other";
-    const std::wstring files[] = {itemsFolder + L"\\report.txt", itemsFolder + L"\\with space.txt",
-                                  itemsFolder + L"\\\x041f\x0440\x0438\x0432\x0435\x0442.txt",
-                                  itemsFolder + L"\\report.lnk", other + L"\\second.txt"};
-    const std::wstring folder = itemsFolder + L"\\\x6587\x4ef6\x5939";
-    ASSERT_TRUE(CreateDirectoryW(folder.c_str(), nullptr) && CreateDirectoryW(other.c_str(), nullptr));
-    for (const std::wstring& file : {files[0], files[1], files[2], files[4]})
-        ASSERT_TRUE(WriteFileBytes(file, "x", 1));
-    ASSERT_TRUE(MakeShortcut(files[3], files[0]));
-
+    const std::wstring first = items.File(L"report.txt");
+    items.Folder(L"other");
+    const std::wstring files[] = {first, items.File(L"with space.txt"),
+                                  items.File(L"\x041f\x0440\x0438\x0432\x0435\x0442.txt"),
+                                  items.Shortcut(L"report.lnk", first), items.File(L"other\\second.txt")};
+    const std::wstring folder = items.Folder(L"\x6587\x4ef6\x5939");
     std::wstring arguments = L"--verb \"TRANSFERRED WITH PELLOC\" " + Quoted(folder);
     for (const std::wstring& file : files)
         arguments += L" " + Quoted(file);

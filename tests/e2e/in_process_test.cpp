@@ -31,7 +31,6 @@ protected:
     {
         LoadedServer::SetUp();
         sender.Delete(); // the sender is absent: nothing is started
-        ASSERT_TRUE(WriteFileBytes(item, "x", 1));
     }
 
     ComPtr<IContextMenu3> NewHandler(ComPtr<IShellExtInit>* init = nullptr)
@@ -43,7 +42,7 @@ protected:
 
     ScopedRegistryValue sender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     RedirectedTempFolder temp{L"in-process"}; // every command leaves its list file here
-    const std::wstring item = temp.path() + L"\\item.txt";
+    const std::wstring item = temp.folder.File(L"item.txt");
 };
 
 // Explorer gives each window a thread: selections with shortcuts built on four threads at once,
@@ -54,12 +53,9 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     // overlap while they fill the shared path list.
     std::vector<std::wstring> paths;
     for (int i = 0; i < 130; ++i) {
-        paths.push_back(temp.path() + L"\\file" + std::to_wstring(i) + L".txt");
-        ASSERT_TRUE(WriteFileBytes(paths.back(), "x", 1));
-        if (i % 4 == 0) {
-            paths.push_back(temp.path() + L"\\link" + std::to_wstring(i) + L".lnk");
-            ASSERT_TRUE(MakeShortcut(paths.back(), paths[paths.size() - 2]));
-        }
+        paths.push_back(temp.folder.File(L"file" + std::to_wstring(i) + L".txt"));
+        if (i % 4 == 0)
+            paths.push_back(temp.folder.Shortcut(L"link" + std::to_wstring(i) + L".lnk", paths.back()));
     }
     const std::vector<BYTE> dropList = WideDropFiles(paths);
     const ULONGLONG deadline = GetTickCount64() + 1000;
@@ -159,20 +155,6 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     }
 }
 
-// The runtime library is shared with the host: after a command the host must read the same
-// locale, and this thread must keep its locale mode.
-TEST_F(InProcess, ACommandLeavesTheHostsLocaleAsItWas)
-{
-    const std::string locale = setlocale(LC_ALL, nullptr);
-    const int mode = _configthreadlocale(0);
-    ComPtr<IShellExtInit> init;
-    ComPtr<IContextMenu3> menu = NewHandler(&init);
-    ASSERT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({item})).Get(), nullptr), S_OK);
-    ASSERT_EQ(InvokeFirst(menu.Get()), S_OK);
-    EXPECT_EQ(setlocale(LC_ALL, nullptr), locale);
-    EXPECT_EQ(_configthreadlocale(0), mode);
-}
-
 // {GDI slot, handle slot}: the highest slots a fresh GDI object and a fresh handle land in (Wine
 // counts neither for GetGuiResources nor GetProcessHandleCount). Leaked objects use up the free
 // slots, so a leak of one per cycle pushes these up by the number of cycles.
@@ -195,8 +177,12 @@ std::pair<unsigned, unsigned> TopSlots()
     return {gdiTop, handleTop};
 }
 
+// The runtime library is shared with the host too: afterwards the host must read the same locale,
+// and this thread must keep its locale mode.
 TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
 {
+    const std::string locale = setlocale(LC_ALL, nullptr);
+    const int localeMode = _configthreadlocale(0);
     constexpr int kWarmUpCycles = 10, kCycles = 100;
     ComPtr<DropDataObject> data = DropDataObject::Create(WideDropFiles({item, temp.path()}));
     HMENU menus[2] = {CreatePopupMenu(), CreatePopupMenu()};
@@ -242,6 +228,8 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
     EXPECT_LT(gdiAfter, gdiBefore + kCycles / 2) << "GDI objects pile up";
     EXPECT_LT(handlesAfter, handlesBefore + 4 * kCycles / 2) << "handles pile up";
     EXPECT_EQ(data->References(), 1u) << "every drop-list medium was released";
+    EXPECT_EQ(setlocale(LC_ALL, nullptr), locale);
+    EXPECT_EQ(_configthreadlocale(0), localeMode);
     EXPECT_EQ(ListFiles(temp.path()).size(), size_t{kWarmUpCycles + kCycles}) << "one list file per command";
 }
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/registry.h"
+#include "common/text.h"
 #include "platform/handles.h"
 #include "sender/sender_installation.h"
 #include "support/environment.h"
@@ -38,12 +39,13 @@ inline std::string Utf16Bytes(const std::wstring& text)
 // The sample sender copied in as folder\Pelloc.exe (folder made here) and registered under
 // App Paths; it reports beside itself.
 struct InstalledSender {
-    explicit InstalledSender(const std::wstring& folder) : path(folder + L"\\" + kSenderFileName)
+    explicit InstalledSender(const std::wstring& in) : folder(in), path(folder + L"\\" + kSenderFileName)
     {
         CreateDirectoryW(folder.c_str(), nullptr);
         installed = CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE) != FALSE;
         registration.SetString(folder);
     }
+    const std::wstring folder;
     const std::wstring path;
     bool installed = false;
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
@@ -59,7 +61,7 @@ struct SenderRecord {
 
 // Waits up to timeoutMs for a complete report of a sender installed in folder, and takes it away
 // so that the next start leaves a new one.
-inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD timeoutMs = 20000)
+inline std::optional<std::string> TakeReport(const std::wstring& folder, DWORD timeoutMs = 20000)
 {
     const std::wstring report = folder + L"\\sender-report.txt";
     const ULONGLONG deadline = GetTickCount64() + timeoutMs;
@@ -69,20 +71,24 @@ inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD 
             return std::nullopt;
         Sleep(20);
     }
-    const std::string text = ReadFileBytes(report);
+    std::string text = ReadFileBytes(report);
     DeleteFileW(report.c_str());
+    return text;
+}
+
+// The report taken apart.
+inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD timeoutMs = 20000)
+{
+    const std::optional<std::string> report = TakeReport(folder, timeoutMs);
+    if (!report)
+        return std::nullopt;
+    const std::string& text = *report;
     const auto field = [&](const std::string& name) {
         const size_t start = text.find("sender: " + name + " ");
         const size_t from = start == std::string::npos ? text.size() : start + name.size() + 9;
         return text.substr(from, text.find('\n', from) - from);
     };
-    const auto wide = [](const std::string& utf8) {
-        std::wstring out(utf8.size(), L'\0');
-        out.resize(MultiByteToWideChar(CP_UTF8, 0, utf8.data(), static_cast<int>(utf8.size()), out.data(),
-                                       static_cast<int>(out.size())));
-        return out;
-    };
-    return SenderRecord{wide(field("command line:")), wide(field("started in:")), field("received")};
+    return SenderRecord{FromUtf8(field("command line:")), FromUtf8(field("started in:")), field("received")};
 }
 
 // The command by its offset 0, as a menu that holds the handler's item chooses it.

@@ -9,19 +9,13 @@
 namespace quillet {
 namespace {
 
-// The icon's side for the display the run asked for: the PNG's size on a scaled display after
-// Windows XP, else the 16 x 16 bitmap's.
+// The icon's side for the display the run asked for: the PNG's size, a sixth of the DPI, on the
+// scaled displays the module has a picture for after Windows XP; else the 16 x 16 bitmap's.
 LONG ExpectedIconSide()
 {
-    const struct {
-        int dpi;
-        LONG side;
-    } scaled[] = {{120, 20}, {144, 24}, {240, 40}};
-    for (const auto& s : scaled) {
-        if (s.dpi == test::RequestedDpi() && test::RequestedWindowsVersion() != "winxp")
-            return s.side;
-    }
-    return 16;
+    const int dpi = test::RequestedDpi();
+    const bool scaled = dpi == 120 || dpi == 144 || dpi == 240;
+    return scaled && test::RequestedWindowsVersion() != "winxp" ? dpi / 6 : 16;
 }
 
 UniqueBitmap FreshBitmap(UINT id)

@@ -11,21 +11,16 @@ namespace {
 constexpr UINT kIdCmdFirst = 0x7000;
 
 // A popup menu holding three ordinary entries with identifiers 1, 2, 3.
-class TestMenu {
-public:
-    TestMenu() : m_menu(CreatePopupMenu())
+struct TestMenu {
+    TestMenu()
     {
         for (UINT id = 1; id <= 3; ++id)
-            AppendMenuW(m_menu, MF_STRING, id, (L"Item " + std::to_wstring(id)).c_str());
+            AppendMenuW(menu, MF_STRING, id, L"Item");
     }
-    ~TestMenu() { DestroyMenu(m_menu); }
-    TestMenu(const TestMenu&) = delete;
-    TestMenu& operator=(const TestMenu&) = delete;
-    HMENU get() const { return m_menu; }
-    int count() const { return GetMenuItemCount(m_menu); }
-
-private:
-    HMENU m_menu;
+    ~TestMenu() { DestroyMenu(menu); }
+    HMENU get() const { return menu; }
+    int count() const { return GetMenuItemCount(menu); }
+    const HMENU menu = CreatePopupMenu();
 };
 
 // The runs as Windows XP and XP x64 expect the forms of systems before Vista.

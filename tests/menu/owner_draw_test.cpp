@@ -42,11 +42,8 @@ public:
     ScopedMenuTextColour& operator=(const ScopedMenuTextColour&) = delete;
 
 private:
-    static void Set(COLORREF colour)
-    {
-        const INT element = COLOR_MENUTEXT;
-        SetSysColors(1, &element, &colour);
-    }
+    static void Set(COLORREF colour) { SetSysColors(1, &kElement, &colour); }
+    static constexpr INT kElement = COLOR_MENUTEXT;
     COLORREF m_old;
 };
 

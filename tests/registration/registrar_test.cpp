@@ -9,7 +9,6 @@
 
 #include "platform/handles.h"
 #include "registration/registrar.h"
-#include "registry_state.h"
 #include "support/registry.h"
 
 namespace quillet::test {

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "registration/server_registration.h"
-#include "registry_state.h"
 #include "resources/resource_ids.h"
 #include "support/environment.h"
 #include "support/module_library.h"
@@ -138,7 +137,7 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
         }
         for (const Step step : journey.steps)
             ChangeCopy(step, journey.path);
-        ModuleLibrary module(journey.path);
+        ServerModule module(journey.path);
         ASSERT_TRUE(module.loaded());
         for (const Step& step : journey.steps) {
             const HRESULT expected = &step == &journey.steps.back() ? journey.result : S_OK;

@@ -21,16 +21,8 @@ using Records = std::vector<std::pair<std::wstring, int>>; // path, isFolder
 
 class InitializeTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        CoInitialize(nullptr);
-        ASSERT_FALSE(m_folder.empty());
-    }
-    void TearDown() override
-    {
-        test::RemoveTree(m_folder);
-        CoUninitialize();
-    }
+    void SetUp() override { CoInitialize(nullptr); }
+    void TearDown() override { CoUninitialize(); }
 
     HRESULT Initialize(IDataObject* data)
     {
@@ -50,24 +42,8 @@ protected:
         return records;
     }
 
-    std::wstring Path(const std::wstring& name) const { return m_folder + L"\\" + name; }
-    std::wstring MakeFile(const std::wstring& name)
-    {
-        EXPECT_TRUE(test::WriteFileBytes(Path(name), "data", 4)) << "cannot create " << testing::PrintToString(name);
-        return Path(name);
-    }
-    std::wstring MakeFolder(const std::wstring& name)
-    {
-        EXPECT_TRUE(CreateDirectoryW(Path(name).c_str(), nullptr));
-        return Path(name);
-    }
-    std::wstring MakeShortcut(const std::wstring& name, const std::wstring& target)
-    {
-        EXPECT_TRUE(test::MakeShortcut(Path(name), target));
-        return Path(name);
-    }
-
-    const std::wstring m_folder = test::MakeTempFolder(L"selection");
+    const test::TempFolder m_temp{L"selection"};
+    const std::wstring& m_folder = m_temp.path;
     SelectedItems m_items;
     SelectedPathList m_shared;
     Paths m_paths;
@@ -81,19 +57,19 @@ TEST_F(InitializeTest, MarksEachItemFileOrFolder)
         if (!(drives & (1u << (letter - L'A'))))
             absentDrive[0] = letter;
     ASSERT_NE(absentDrive[0], L'?') << "every drive letter is in use";
-    const std::wstring locked = MakeFile(L"locked.txt");
+    const std::wstring locked = m_temp.File(L"locked.txt");
     UniqueFileHandle lock(
         CreateFileW(locked.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(lock);
-    const std::wstring vanished = MakeFile(L"vanished.txt");
+    const std::wstring vanished = m_temp.File(L"vanished.txt");
     ASSERT_TRUE(DeleteFileW(vanished.c_str()));
 
     const Records expected = {
-        {MakeFolder(L"folder.d"), 1},
+        {m_temp.Folder(L"folder.d"), 1},
         {L"C:\\", 1},
         {absentDrive, 1}, // as a drive without a medium
         {absentDrive + L"\\", 1},
-        {MakeFile(L"plain.txt"), 0},
+        {m_temp.File(L"plain.txt"), 0},
         {locked, 0}, // its attributes still read
         {vanished, 1},
     };
@@ -110,19 +86,19 @@ TEST_F(InitializeTest, MarksEachItemFileOrFolder)
 // shortcut is a name whose text after the last dot of the whole path is "lnk" in any case.
 TEST_F(InitializeTest, ShortcutTargetLeadsItInThePathList)
 {
-    const std::wstring target = MakeFile(L"report.txt");
-    MakeFolder(L"data.old");
-    MakeFolder(L"data.lnk");
-    MakeFolder(L"links.d");
+    const std::wstring target = m_temp.File(L"report.txt");
+    m_temp.Folder(L"data.old");
+    m_temp.Folder(L"data.lnk");
+    m_temp.Folder(L"links.d");
     const Paths selected = {
-        MakeShortcut(L"Report.LNK", target),
-        MakeShortcut(L"gone.Lnk", MakeFile(L"gone.txt")),
-        MakeFile(L"x.lnk"), // no shortcut inside
-        MakeFile(L"data.old\\README"),
-        MakeShortcut(L"data.lnk\\README", target),
-        MakeShortcut(L"links.d\\Plain.lNk", target),
+        m_temp.Shortcut(L"Report.LNK", target),
+        m_temp.Shortcut(L"gone.Lnk", m_temp.File(L"gone.txt")),
+        m_temp.File(L"x.lnk"), // no shortcut inside
+        m_temp.File(L"data.old\\README"),
+        m_temp.Shortcut(L"data.lnk\\README", target),
+        m_temp.Shortcut(L"links.d\\Plain.lNk", target),
     };
-    ASSERT_TRUE(DeleteFileW(Path(L"gone.txt").c_str()));
+    ASSERT_TRUE(DeleteFileW((m_folder + L"\\gone.txt").c_str()));
 
     ASSERT_EQ(Select(selected), S_OK);
 
@@ -155,8 +131,8 @@ TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
 // a row is for the count given, and skipped on a system that counts otherwise.
 TEST_F(InitializeTest, DataObjectsThatSelectNothing)
 {
-    const std::wstring a = MakeFile(L"a.txt");
-    const std::wstring b = MakeFile(L"b.txt");
+    const std::wstring a = m_temp.File(L"a.txt");
+    const std::wstring b = m_temp.File(L"b.txt");
     std::vector<BYTE> farList = test::WideDropFiles({a});
     const DWORD farOffset = 0x7FFFFFF0;
     std::memcpy(farList.data(), &farOffset, sizeof(farOffset));
@@ -170,7 +146,7 @@ TEST_F(InitializeTest, DataObjectsThatSelectNothing)
         Paths paths;
     } cases[] = {
         {"no data object", nullptr, 0, E_FAIL, kept, {a}},
-        {"no drop list", test::DropDataObject::CreateWithoutDropList(), 0, E_FAIL, kept, {a}},
+        {"no drop list", test::DropDataObject::Create(UniqueGlobal()), 0, E_FAIL, kept, {a}},
         {"a block that cannot be locked", test::DropDataObject::Create(UniqueGlobal(GlobalAlloc(GMEM_MOVEABLE, 0))),
          0, E_FAIL, {}, {a}},
         {"an empty list", test::DropDataObject::Create(test::WideDropFiles({})), 1, S_OK, {}, {}},

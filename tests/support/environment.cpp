@@ -1,5 +1,6 @@
 #include "support/environment.h"
 
+#include <gtest/gtest.h>
 #include <windows.h>
 #include <shlobj.h>
 #include <wrl/client.h>
@@ -39,6 +40,24 @@ bool MakeShortcut(const std::wstring& link, const std::wstring& target)
     return SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shortcut))) &&
            SUCCEEDED(shortcut->SetPath(target.c_str())) && SUCCEEDED(shortcut.As(&file)) &&
            SUCCEEDED(file->Save(link.c_str(), TRUE));
+}
+
+std::wstring TempFolder::File(const std::wstring& name) const
+{
+    EXPECT_TRUE(WriteFileBytes(path + L"\\" + name, "data", 4)) << testing::PrintToString(name);
+    return path + L"\\" + name;
+}
+
+std::wstring TempFolder::Folder(const std::wstring& name) const
+{
+    EXPECT_TRUE(CreateDirectoryW((path + L"\\" + name).c_str(), nullptr)) << testing::PrintToString(name);
+    return path + L"\\" + name;
+}
+
+std::wstring TempFolder::Shortcut(const std::wstring& name, const std::wstring& target) const
+{
+    EXPECT_TRUE(MakeShortcut(path + L"\\" + name, target)) << testing::PrintToString(name);
+    return path + L"\\" + name;
 }
 
 } // namespace quillet::test

@@ -34,6 +34,11 @@ struct TempFolder {
     ~TempFolder() { RemoveTree(path); }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
+    // A file of four bytes, a folder, or a shortcut to target made in it (a failure fails the
+    // test); its full path.
+    std::wstring File(const std::wstring& name) const;
+    std::wstring Folder(const std::wstring& name) const;
+    std::wstring Shortcut(const std::wstring& name, const std::wstring& target) const;
     const std::wstring path;
 };
 

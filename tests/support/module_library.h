@@ -11,6 +11,23 @@
 
 namespace quillet::test {
 
+// The module with the exports only its tests call: DllCanUnloadNow, DllRegisterServer and
+// DllUnregisterServer (E_UNEXPECTED when it has none).
+class ServerModule : public ModuleLibrary {
+public:
+    using ModuleLibrary::ModuleLibrary;
+    HRESULT CanUnloadNow() const { return Call("DllCanUnloadNow"); }
+    HRESULT RegisterServer() const { return Call("DllRegisterServer"); }
+    HRESULT UnregisterServer() const { return Call("DllUnregisterServer"); }
+
+private:
+    HRESULT Call(const char* name) const
+    {
+        const auto function = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(Export(name)));
+        return function ? function() : E_UNEXPECTED;
+    }
+};
+
 // Runs regsvr32 in a process of its own; returns its exit code (0 on success).
 DWORD RunRegsvr32(const std::wstring& modulePath, bool unregister);
 
@@ -38,7 +55,7 @@ protected:
         return object;
     }
 
-    ModuleLibrary module;
+    ServerModule module;
     Microsoft::WRL::ComPtr<IClassFactory> factory;
 
 private:

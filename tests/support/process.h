@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "common/text.h"
+
 namespace quillet::test {
 
 struct ProcessResult {
@@ -14,6 +16,5 @@ struct ProcessResult {
 // commandLine is passed to CreateProcessW as it is; waits at most timeoutMs for the child, not for
 // the programs it starts.
 ProcessResult RunProcess(const std::wstring& commandLine, DWORD timeoutMs = 120000);
-std::string Utf8(const std::wstring& text);
 
 } // namespace quillet::test

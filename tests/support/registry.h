@@ -1,5 +1,8 @@
-// The registry helpers of the tools, and what only tests need: keys read, written and removed.
+// The registry helpers of the tools, and what only tests need: keys read, written and removed,
+// and whole subtrees as text.
 #pragma once
+#include <set>
+
 #include "common/registry.h"
 
 namespace quillet::test {
@@ -10,5 +13,12 @@ std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REG
 // A plain write, not taken back: for state the code under test is expected to remove.
 bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
                  REGSAM view = 0);
+
+// Each key below and including the given paths as "<path below HKCR> <value>...", values sorted
+// by name, the default value as @. A string value reads @='text' when its data is exactly the
+// text and one terminating zero; any other data shows its type and size. Paths that are not
+// there add nothing.
+using RegistryState = std::set<std::wstring>;
+RegistryState ClassesState(const std::vector<std::wstring>& paths);
 
 } // namespace quillet::test

@@ -60,11 +60,6 @@ Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::Create(const std::vector<
     return Create(MakeGlobal(dropFiles));
 }
 
-Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::CreateWithoutDropList()
-{
-    return Create(UniqueGlobal());
-}
-
 STDMETHODIMP DropDataObject::QueryInterface(REFIID riid, void** ppv)
 {
     if (!ppv)

@@ -24,8 +24,6 @@ class DropDataObject final : public IDataObject {
 public:
     static Microsoft::WRL::ComPtr<DropDataObject> Create(UniqueGlobal block);
     static Microsoft::WRL::ComPtr<DropDataObject> Create(const std::vector<BYTE>& dropFiles);
-    // A data object that offers no CF_HDROP.
-    static Microsoft::WRL::ComPtr<DropDataObject> CreateWithoutDropList();
 
     HGLOBAL Block() const { return m_block.get(); }
     ULONG References() const { return static_cast<ULONG>(m_refCount); }

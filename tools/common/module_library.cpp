@@ -9,30 +9,11 @@ FARPROC ModuleLibrary::Export(const char* name) const
     return m_module ? GetProcAddress(m_module.get(), name) : nullptr;
 }
 
-HRESULT ModuleLibrary::CanUnloadNow() const
-{
-    auto fn = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(Export("DllCanUnloadNow")));
-    return fn ? fn() : E_UNEXPECTED;
-}
-
 HRESULT ModuleLibrary::GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const
 {
     auto fn = reinterpret_cast<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>(
         reinterpret_cast<void*>(Export("DllGetClassObject")));
     return fn ? fn(clsid, riid, ppv) : E_UNEXPECTED;
-}
-
-HRESULT ModuleLibrary::RegisterServer() const
-{
-    auto fn = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(Export("DllRegisterServer")));
-    return fn ? fn() : E_UNEXPECTED;
-}
-
-HRESULT ModuleLibrary::UnregisterServer() const
-{
-    auto fn =
-        reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(reinterpret_cast<void*>(Export("DllUnregisterServer")));
-    return fn ? fn() : E_UNEXPECTED;
 }
 
 } // namespace quillet::test

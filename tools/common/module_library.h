@@ -1,4 +1,4 @@
-// The real Quillet.dll, loaded into the calling process, and its four exports.
+// A COM server DLL loaded into the calling process, and its class objects.
 #pragma once
 #include <windows.h>
 
@@ -15,14 +15,13 @@ public:
     ModuleLibrary& operator=(const ModuleLibrary&) = delete;
 
     bool loaded() const { return static_cast<bool>(m_module); }
-    HRESULT CanUnloadNow() const;
     HRESULT GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const;
-    HRESULT RegisterServer() const;
-    HRESULT UnregisterServer() const;
+
+protected:
+    FARPROC Export(const char* name) const;
 
 private:
     UniqueLibrary m_module;
-    FARPROC Export(const char* name) const;
 };
 
 } // namespace quillet::test

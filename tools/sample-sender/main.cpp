@@ -13,22 +13,12 @@
 #include <string>
 #include <vector>
 
+#include "common/text.h"
 #include "transfer_list_reader.h"
 
 namespace {
 
 const wchar_t kSwitch[] = L"/transferfilelist=";
-
-std::string Utf8(const std::wstring& text)
-{
-    if (text.empty())
-        return {};
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0,
-                                         nullptr, nullptr);
-    std::string out(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), size, nullptr, nullptr);
-    return out;
-}
 
 bool ReadAll(const std::wstring& path, std::string& bytes)
 {
@@ -47,7 +37,7 @@ bool ReadAll(const std::wstring& path, std::string& bytes)
 
 int Report(const std::wstring& text, int exitCode)
 {
-    const std::string utf8 = Utf8(text);
+    const std::string utf8 = quillet::test::Utf8(text);
     std::fwrite(utf8.data(), 1, utf8.size(), stdout);
     std::fflush(stdout);
     std::vector<wchar_t> buffer(32768);

@@ -24,6 +24,7 @@
 #include "common/files.h"
 #include "common/module_library.h"
 #include "common/shell_items.h"
+#include "common/text.h"
 #include "handler_keys.h"
 #include "menu_dump.h"
 #include "selection.h"
@@ -48,9 +49,7 @@ struct Options {
 
 void Print(const std::wstring& text)
 {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, nullptr, 0, nullptr, nullptr);
-    std::string utf8(static_cast<size_t>(size > 0 ? size - 1 : 0), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.c_str(), -1, utf8.data(), size, nullptr, nullptr);
+    const std::string utf8 = quillet::test::Utf8(text);
     std::fwrite(utf8.data(), 1, utf8.size(), stdout);
     std::fflush(stdout);
 }
