@@ -34,8 +34,6 @@ HRESULT LoadTypeInfo(LCID lcid, ComPtr<ITypeInfo>& info)
 
 HRESULT GetHandlerTypeInfo(LCID lcid, ITypeInfo** typeInfo)
 {
-    if (!typeInfo)
-        return E_POINTER;
     *typeInfo = nullptr;
     {
         CriticalSectionScope lock(ModuleCriticalSection());

@@ -5,7 +5,8 @@
 
 namespace quillet {
 
-// Hands out the cached ITypeInfo with one added reference; loads it first if needed.
+// Hands out the cached ITypeInfo with one added reference (typeInfo not null); loads it first if
+// needed.
 HRESULT GetHandlerTypeInfo(LCID lcid, ITypeInfo** typeInfo);
 void ReleaseTypeInfo();
 

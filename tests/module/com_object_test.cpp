@@ -26,12 +26,28 @@ HRESULT ProbeApartment(DWORD model = COINIT_APARTMENTTHREADED)
 
 // Registered by regsvr32 in a process of its own, activated through the registry or through the
 // exports of the module loaded here, on a thread with COM as Explorer's UI thread has it.
-class ComObject : public LoadedServer {
+class Unregistered : public LoadedServer {
 protected:
-    ComObject() : LoadedServer(ModulePath(), CLSID_FTKelMN) {}
+    Unregistered() : LoadedServer(ModulePath(), CLSID_FTKelMN) {}
+    static void SetUpTestSuite() { RunRegsvr32(ModulePath(), true); }
+};
+class ComObject : public Unregistered {
+protected:
     static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
     static void TearDownTestSuite() { RunRegsvr32(ModulePath(), true); }
 };
+
+// First in the program, before any registration: the type information cannot load yet.
+TEST_F(Unregistered, DispatchAnswersTheTypeLibrarysLoadError)
+{
+    const ComPtr<IDispatch> dispatch = Create<IDispatch>();
+    ITypeInfo* info = reinterpret_cast<ITypeInfo*>(1);
+    EXPECT_EQ(dispatch->GetTypeInfo(0, 0, &info), TYPE_E_LIBNOTREGISTERED);
+    EXPECT_EQ(info, nullptr);
+    LPOLESTR names[] = {const_cast<LPOLESTR>(L"Transfer")};
+    DISPID id = 0;
+    EXPECT_EQ(dispatch->GetIDsOfNames(IID_NULL, names, 1, 0, &id), TYPE_E_LIBNOTREGISTERED);
+}
 
 TEST_F(ComObject, EachInterfaceComesFromItsOwnFaceAndLeadsBackToOneIdentity)
 {
