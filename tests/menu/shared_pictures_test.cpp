@@ -31,6 +31,7 @@ TEST(SharedPictures, DecodedOncePerPictureAndScaleWithACopyForEachCaller)
     UniqueBitmap first = SharedPicture(test::TestResources(), kId, 0, &DecodePattern);
     UniqueBitmap second = SharedPicture(test::TestResources(), kId, 0, &DecodePattern);
     UniqueBitmap scaled = SharedPicture(test::TestResources(), kId, 1, &DecodePattern);
+    UniqueBitmap scaledAgain = SharedPicture(test::TestResources(), kId, 1, &DecodePattern);
     EXPECT_EQ(g_decodes, 2);
     ASSERT_TRUE(first && second && scaled);
     EXPECT_NE(first.get(), second.get());

@@ -161,13 +161,15 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
 }
 
 // Handles the exports never pass: one that names no module, and a module without the script.
-TEST(Registration, ClassEntriesNeedTheModulesPathAndScript)
+// Neither writes anything.
+TEST(Registration, EntriesNeedTheModulesPathAndScript)
 {
     wchar_t path[MAX_PATH];
     const HINSTANCE noModule = reinterpret_cast<HINSTANCE>(path);
     ASSERT_EQ(GetModuleFileNameW(noModule, path, MAX_PATH), 0u);
     const HRESULT noModuleError = HRESULT_FROM_WIN32(GetLastError());
     EXPECT_EQ(UpdateClassEntries(noModule, IDR_REGISTRATION_SCRIPT, RegistrarMode::Register), noModuleError);
+    EXPECT_EQ(UpdateTypeLibrary(noModule, RegistrarMode::Register), noModuleError);
     EXPECT_EQ(UpdateClassEntries(GetModuleHandleW(L"kernel32.dll"), IDR_REGISTRATION_SCRIPT, RegistrarMode::Register),
               HRESULT_FROM_WIN32(ERROR_RESOURCE_NAME_NOT_FOUND));
     EXPECT_EQ(Current(), RegistryState{});
