@@ -11,11 +11,6 @@ namespace {
 
 constexpr wchar_t kCaption[] = L"Send with Pelloc";
 
-LPCSTR Offset(UINT_PTR offset)
-{
-    return reinterpret_cast<LPCSTR>(offset);
-}
-
 // Text on a page at a multiple of 4 GiB (bits 16 to 31 of its address zero): a verb there is a
 // string, not the offset 0. The page stays reserved until the process ends.
 LPCSTR HighPageText(const char* text)
@@ -86,10 +81,10 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
         bool accepted;
         const wchar_t* caption = kCaption;
     } cases[] = {
-        {"offset 0", kShort, Offset(0), nullptr, 0, true},
-        {"offset 0, 5 recorded", kShort, Offset(0), nullptr, 5, true},
-        {"the recorded offset", kShort, Offset(5), nullptr, 5, true},
-        {"another offset", kShort, Offset(3), nullptr, 5, false},
+        {"offset 0", kShort, MAKEINTRESOURCEA(0), nullptr, 0, true},
+        {"offset 0, 5 recorded", kShort, MAKEINTRESOURCEA(0), nullptr, 5, true},
+        {"the recorded offset", kShort, MAKEINTRESOURCEA(5), nullptr, 5, true},
+        {"another offset", kShort, MAKEINTRESOURCEA(3), nullptr, 5, false},
         {"narrow text above 4 GiB", kShort, highOther, nullptr, 0, false},
         {"narrow caption above 4 GiB", kShort, highCaption, nullptr, 0, true},
         {"narrow caption", kShort, "SEND WITH pelloc", nullptr, 0, true},

@@ -112,6 +112,7 @@ TEST_F(ComObject, OneCachedFactoryRefusesBadRequestsAndCountsWhatLives)
     ComPtr<IClassFactory> again;
     ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&again)), S_OK);
     EXPECT_EQ(again.Get(), factory.Get());
+    EXPECT_EQ(factory->QueryInterface(IID_IClassFactory, nullptr), E_POINTER);
     EXPECT_EQ(module.CanUnloadNow(), S_OK) << "the cached factory itself is not counted";
 
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
