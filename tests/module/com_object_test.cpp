@@ -113,6 +113,8 @@ TEST_F(ComObject, OneCachedFactoryRefusesBadRequestsAndCountsWhatLives)
     ASSERT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&again)), S_OK);
     EXPECT_EQ(again.Get(), factory.Get());
     EXPECT_EQ(factory->QueryInterface(IID_IClassFactory, nullptr), E_POINTER);
+    EXPECT_EQ(factory->AddRef(), 4u) << "the cache's reference, the fixture's, this test's and this one";
+    EXPECT_EQ(factory->Release(), 3u);
     EXPECT_EQ(module.CanUnloadNow(), S_OK) << "the cached factory itself is not counted";
 
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, nullptr), E_POINTER);
