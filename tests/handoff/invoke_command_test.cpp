@@ -184,6 +184,7 @@ TEST_F(SenderLaunchTest, AProgramAtTheFirstBlankOfTheSendersPathIsNeverStarted)
     EXPECT_TRUE(record->commandLine == sender + argument || record->commandLine == L"\"" + sender + L"\"" + argument)
         << testing::PrintToString(record->commandLine);
     EXPECT_FALSE(test::TakeRecord(m_plain.path, 0)) << "the planted program ran";
+    EXPECT_FALSE(test::TakeRecord(folder, 500)) << "the sender was started again, through the shell";
 }
 
 // A plain start that fails is tried again through the shell from Windows Vista on, the path and
@@ -196,6 +197,7 @@ TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
     const bool xp = test::RequestedWindowsVersion() == "winxp";
     const ProcessStarter refused = [](const wchar_t*, wchar_t*) { return false; };
 
+    EXPECT_FALSE(LaunchSender(nullptr, refused));
     ASSERT_TRUE(LaunchSender(L"C:\\a list.tmp", refused));
 
     const auto record = test::TakeRecord(folder, xp ? 1000 : 20000);
