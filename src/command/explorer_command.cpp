@@ -106,8 +106,6 @@ private:
 
 HRESULT CreateExplorerCommand(IUnknown*, REFIID riid, void** ppv)
 {
-    if (!ppv)
-        return E_POINTER;
     *ppv = nullptr;
     auto* command = new (std::nothrow) CQuilletCommand();
     if (!command)

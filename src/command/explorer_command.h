@@ -23,7 +23,7 @@ HRESULT RunExplorerCommand(IShellItemArray* items);
 // "<full path of the module>,-<icon id>", as Explorer loads an icon from a resource.
 std::wstring CommandIconLocation(HINSTANCE module);
 
-// The class factory's creator (no aggregation).
+// The class factory's creator (no aggregation; ppv not null).
 HRESULT CreateExplorerCommand(IUnknown* outer, REFIID riid, void** ppv);
 
 } // namespace quillet

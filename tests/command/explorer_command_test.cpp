@@ -310,7 +310,6 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
 {
     const std::wstring senderFolder = temp.path() + L"\\sender";
     InstalledSender sender(senderFolder);
-    ASSERT_TRUE(sender.installed);
     const struct {
         ComPtr<IShellItemArray> items;
         HRESULT result;
@@ -355,6 +354,9 @@ TEST_F(ExplorerCommandTest, FixedAnswersAndArgumentChecks)
     EXPECT_EQ(object->GetCanonicalName(nullptr), E_POINTER);
     ComPtr<IContextMenu> classicInterface;
     EXPECT_EQ(object.As(&classicInterface), E_NOINTERFACE);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&classicInterface)), E_NOINTERFACE);
+    EXPECT_EQ(object->AddRef(), 2u);
+    EXPECT_EQ(object->Release(), 1u);
 
     void* out = reinterpret_cast<void*>(1);
     EXPECT_EQ(module.GetClassObject(CLSID_FTKelMN, IID_IClassFactory, &out), CLASS_E_CLASSNOTAVAILABLE);

@@ -1,5 +1,6 @@
 // What the hand-off tests share: private folders, the sample sender and what it reports.
 #pragma once
+#include <gtest/gtest.h>
 #include <windows.h>
 #include <shellapi.h>
 #include <shobjidl.h>
@@ -36,18 +37,17 @@ inline std::string Utf16Bytes(const std::wstring& text)
     return std::string(reinterpret_cast<const char*>(text.data()), text.size() * sizeof(wchar_t));
 }
 
-// The sample sender copied in as folder\Pelloc.exe (folder made here) and registered under
-// App Paths; it reports beside itself.
+// The sample sender copied in as folder\Pelloc.exe (folder made here; a failure fails the test)
+// and registered under App Paths; it reports beside itself.
 struct InstalledSender {
     explicit InstalledSender(const std::wstring& in) : folder(in), path(folder + L"\\" + kSenderFileName)
     {
         CreateDirectoryW(folder.c_str(), nullptr);
-        installed = CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE) != FALSE;
+        EXPECT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE));
         registration.SetString(folder);
     }
     const std::wstring folder;
     const std::wstring path;
-    bool installed = false;
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
 };
 

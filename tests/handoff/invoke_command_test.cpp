@@ -132,7 +132,6 @@ protected:
     std::optional<test::SenderRecord> Launch(const std::wstring& folder, DWORD timeoutMs = 20000)
     {
         const test::InstalledSender sender(folder);
-        EXPECT_TRUE(sender.installed);
         EXPECT_EQ(InvokeOffset0(), S_OK);
         return test::TakeRecord(folder, timeoutMs);
     }
@@ -193,7 +192,6 @@ TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
 {
     const std::wstring folder = m_list.path + L"\\send er";
     const test::InstalledSender sender(folder);
-    ASSERT_TRUE(sender.installed);
     const bool xp = test::RequestedWindowsVersion() == "winxp";
     const ProcessStarter refused = [](const wchar_t*, wchar_t*) { return false; };
 

@@ -10,8 +10,6 @@ namespace {
 
 class StartRoutinesTest : public ::testing::Test {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_sender.installed); }
-
     test::TempFolder m_temp{L"start"};
     const std::wstring m_folder = m_temp.path + L"\\send er"; // the shell must keep the path one argument
     const test::InstalledSender m_sender{m_folder};

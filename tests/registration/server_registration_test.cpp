@@ -138,7 +138,6 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
         for (const Step step : journey.steps)
             ChangeCopy(step, journey.path);
         ServerModule module(journey.path);
-        ASSERT_TRUE(module.loaded());
         for (const Step& step : journey.steps) {
             const HRESULT expected = &step == &journey.steps.back() ? journey.result : S_OK;
             const HRESULT hr = step == Register ? module.RegisterServer()

@@ -14,7 +14,6 @@ public:
     ModuleLibrary(const ModuleLibrary&) = delete;
     ModuleLibrary& operator=(const ModuleLibrary&) = delete;
 
-    bool loaded() const { return static_cast<bool>(m_module); }
     HRESULT GetClassObject(REFCLSID clsid, REFIID riid, void** ppv) const;
 
 protected:
