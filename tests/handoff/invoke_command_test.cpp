@@ -26,12 +26,7 @@ LPCSTR HighPageText(const char* text)
 
 class InvokeCommandTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        ASSERT_FALSE(m_list.path.empty());
-        ASSERT_FALSE(m_plain.path.empty());
-        m_noSender.Delete();
-    }
+    void SetUp() override { m_noSender.Delete(); }
 
     // A folder and a file of m_list selected, the folder first.
     HRESULT Invoke(const CMINVOKECOMMANDINFO* info, int recorded = 0, const wchar_t* caption = kCaption)
@@ -190,10 +185,14 @@ TEST_F(SenderLaunchTest, AProgramAtTheFirstBlankOfTheSendersPathIsNeverStarted)
 // the argument handed over apart; before Vista nothing more is tried.
 TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
 {
+    static int offered = 0; // plain starts asked for
+    const ProcessStarter refused = [](const wchar_t*, wchar_t*) { return ++offered < 0; };
+    m_noSender.SetString(m_plain.path); // registered, but no program there: nothing to start
+    EXPECT_TRUE(LaunchSender(L"C:\\a list.tmp", refused));
+    EXPECT_EQ(offered, 0);
     const std::wstring folder = m_list.path + L"\\send er";
     const test::InstalledSender sender(folder);
     const bool xp = test::RequestedWindowsVersion() == "winxp";
-    const ProcessStarter refused = [](const wchar_t*, wchar_t*) { return false; };
 
     EXPECT_FALSE(LaunchSender(nullptr, refused));
     ASSERT_TRUE(LaunchSender(L"C:\\a list.tmp", refused));

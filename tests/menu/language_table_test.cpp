@@ -40,12 +40,13 @@ TEST(LanguageTable, SplitAndTrim)
     EXPECT_TRUE(SplitAndTrim(L"", L';').empty());
 }
 
-TEST(LanguageTable, MissingResourceLeavesTheTableEmpty)
+TEST(LanguageTable, MissingResourceLeavesTheTableEmptyAndEveryValueItsDefault)
 {
     LanguageTable table;
     LoadLanguageTable(GetModuleHandleW(nullptr), L"FILE", 9999, table);
     LoadLanguageTable(GetModuleHandleW(nullptr), L"NOTFILE", IDR_LANGUAGE_TABLE, table);
     EXPECT_TRUE(table.empty());
+    EXPECT_EQ(GetValue(table, L"default", L"appname", L"en"), L"en");
 }
 
 } // namespace
