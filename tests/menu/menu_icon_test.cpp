@@ -10,11 +10,12 @@ namespace quillet {
 namespace {
 
 // The icon's side for the display the run asked for: the PNG's size, a sixth of the DPI, on the
-// scaled displays the module has a picture for after Windows XP; else the 16 x 16 bitmap's.
+// scaled displays after Windows XP (the picture is made for 240 DPI and scaled to any other);
+// else the 16 x 16 bitmap's.
 LONG ExpectedIconSide()
 {
     const int dpi = test::RequestedDpi();
-    const bool scaled = dpi == 120 || dpi == 144 || dpi == 240;
+    const bool scaled = dpi > 96;
     return scaled && test::RequestedWindowsVersion() != "winxp" ? dpi / 6 : 16;
 }
 

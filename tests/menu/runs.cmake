@@ -6,6 +6,6 @@ set(menu_by_dpi MenuIcon.*:OwnerDraw.Measures*:OwnerDraw.Paints*)
 quillet_add_test_run(NAME menu_winxp TARGET menu_tests WINVER winxp DPI 144
     ARGS --gtest_filter=${menu_forms}:${menu_by_dpi})
 quillet_add_test_run(NAME menu_winxp64 TARGET menu_tests WINVER winxp64 ARGS --gtest_filter=${menu_forms}:MenuIcon.*)
-foreach(dpi 120 144 240)
+foreach(dpi 120 144 240 384)
     quillet_add_test_run(NAME menu_${dpi}dpi TARGET menu_tests DPI ${dpi} ARGS --gtest_filter=${menu_by_dpi})
 endforeach()
