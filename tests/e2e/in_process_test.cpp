@@ -212,7 +212,9 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
         draw.rcItem = {0, 0, 200, 24};
         draw.itemState = (index & 2) ? ODS_SELECTED : 0;
         EXPECT_EQ(menu->HandleMenuMsg(WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&draw)), S_OK);
+        EXPECT_EQ(GetPixel(dc.get(), 199, 23), GetSysColor(draw.itemState ? COLOR_HIGHLIGHT : COLOR_MENU));
         EXPECT_EQ(menu->InvokeCommand(nullptr), E_INVALIDARG);
+        EXPECT_EQ(InvokeFirst(menu.Get(), 1), E_INVALIDARG) << "no item, no offset but 0";
         EXPECT_EQ(InvokeFirst(menu.Get()), S_OK);
     };
     for (int i = 0; i < kWarmUpCycles && !HasFailure(); ++i)

@@ -91,11 +91,12 @@ inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD 
     return SenderRecord{FromUtf8(field("command line:")), FromUtf8(field("started in:")), field("received")};
 }
 
-// The command by its offset 0, as a menu that holds the handler's item chooses it.
-inline HRESULT InvokeFirst(IContextMenu* menu)
+// The command by its offset (0, as a menu that holds the handler's item chooses it).
+inline HRESULT InvokeFirst(IContextMenu* menu, UINT offset = 0)
 {
     CMINVOKECOMMANDINFO invoke = {};
     invoke.cbSize = sizeof(invoke);
+    invoke.lpVerb = MAKEINTRESOURCEA(offset);
     return menu->InvokeCommand(&invoke);
 }
 
