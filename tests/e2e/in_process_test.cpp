@@ -203,8 +203,7 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
         EXPECT_EQ(menu->HandleMenuMsg2(WM_MEASUREITEM, 0, reinterpret_cast<LPARAM>(&measure), &result), S_OK);
         EXPECT_EQ(menu->HandleMenuMsg2(WM_MEASUREITEM, 0, reinterpret_cast<LPARAM>(&foreign), &untouched), S_OK);
         EXPECT_EQ(menu->HandleMenuMsg2(WM_MEASUREITEM, 0, 0, nullptr), S_OK);
-        EXPECT_EQ(result, TRUE);
-        EXPECT_EQ(untouched, 777);
+        EXPECT_TRUE(result == TRUE && untouched == 777) << result << ", " << untouched;
         EXPECT_GT(measure.itemWidth, 0u);
         SelectionScope onSurface(dc.get(), surface.get());
         DRAWITEMSTRUCT draw = {};
@@ -215,6 +214,7 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
         EXPECT_EQ(GetPixel(dc.get(), 199, 23), GetSysColor(draw.itemState ? COLOR_HIGHLIGHT : COLOR_MENU));
         EXPECT_EQ(menu->InvokeCommand(nullptr), E_INVALIDARG);
         EXPECT_EQ(InvokeFirst(menu.Get(), 1), E_INVALIDARG) << "no item, no offset but 0";
+        EXPECT_EQ(init.Reset(), 1u) << "the menu's reference remains";
         EXPECT_EQ(InvokeFirst(menu.Get()), S_OK);
     };
     for (int i = 0; i < kWarmUpCycles && !HasFailure(); ++i)

@@ -179,6 +179,7 @@ TEST_F(ComObject, AggregationOnlyForIUnknownAndTheOuterObjectOwnsIdentity)
     IUnknown* self = nullptr;
     ASSERT_EQ(inner->QueryInterface(IID_PPV_ARGS(&self)), S_OK);
     EXPECT_EQ(self, inner) << "the non-delegating unknown answers IUnknown itself";
+    EXPECT_EQ(inner->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(self->Release(), 1u);
     outer.inner = nullptr;
     EXPECT_EQ(inner->Release(), 0u);
