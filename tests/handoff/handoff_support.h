@@ -46,8 +46,7 @@ struct InstalledSender {
         EXPECT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE));
         registration.SetString(folder);
     }
-    const std::wstring folder;
-    const std::wstring path;
+    const std::wstring folder, path;
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
 };
 
@@ -82,11 +81,10 @@ inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD 
     const std::optional<std::string> report = TakeReport(folder, timeoutMs);
     if (!report)
         return std::nullopt;
-    const std::string& text = *report;
     const auto field = [&](const std::string& name) {
-        const size_t start = text.find("sender: " + name + " ");
-        const size_t from = start == std::string::npos ? text.size() : start + name.size() + 9;
-        return text.substr(from, text.find('\n', from) - from);
+        const size_t start = report->find("sender: " + name + " ");
+        const size_t from = start == std::string::npos ? report->size() : start + name.size() + 9;
+        return report->substr(from, report->find('\n', from) - from);
     };
     return SenderRecord{FromUtf8(field("command line:")), FromUtf8(field("started in:")), field("received")};
 }

@@ -30,16 +30,6 @@ TEST(LanguageTable, LineRules)
     }
 }
 
-TEST(LanguageTable, SplitAndTrim)
-{
-    using Pieces = std::vector<std::wstring>;
-    EXPECT_EQ(SplitAndTrim(L"en;zh-TW;ru;zh-CN;", L';'), (Pieces{L"en", L"zh-TW", L"ru", L"zh-CN"}));
-    EXPECT_EQ(SplitAndTrim(L"a;;b", L';'), (Pieces{L"a", L"", L"b"}));
-    EXPECT_EQ(SplitAndTrim(L" a \t\r\n; b ", L';'), (Pieces{L" a", L" b "}));
-    EXPECT_EQ(SplitAndTrim(L" \r;", L';'), (Pieces{L""}));
-    EXPECT_TRUE(SplitAndTrim(L"", L';').empty());
-}
-
 TEST(LanguageTable, MissingResourceLeavesTheTableEmptyAndEveryValueItsDefault)
 {
     LanguageTable table;

@@ -80,9 +80,7 @@ TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
             }
             EXPECT_TRUE(transparent && opaque && premultiplied) << transparent << opaque << premultiplied;
         }
-        EXPECT_NE(bitmaps[0], bitmaps[1]);
-        EXPECT_NE(bitmaps[1], bitmaps[2]);
-        EXPECT_NE(bitmaps[0], bitmaps[2]);
+        EXPECT_TRUE(bitmaps[0] != bitmaps[1] && bitmaps[1] != bitmaps[2] && bitmaps[0] != bitmaps[2]);
 
         // Each handler frees its own: the first one gone leaves the others' pictures whole.
         handlers[0].reset();

@@ -2,6 +2,8 @@
 // That each handler's own bitmap equals a fresh decode is in menu_icon_test.cpp.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "menu/shared_pictures.h"
 #include "menu_test_support.h"
 
@@ -40,6 +42,23 @@ TEST(SharedPictures, DecodedOncePerPictureAndScaleWithACopyForEachCaller)
     BITMAP facts = {};
     ASSERT_TRUE(GetObjectW(scaled.get(), sizeof(facts), &facts));
     EXPECT_EQ(facts.bmWidth, 33);
+}
+
+// A copy is made from the header alone: masks or another depth would be lost.
+TEST(SharedPictures, OnlyPlain32BitDibSectionsAreCaptured)
+{
+    // {depth, compression, side} -> captured
+    const std::tuple<WORD, DWORD, LONG, bool> cases[] = {
+        {32, BI_RGB, 1, true}, {24, BI_RGB, 4, false}, {32, BI_BITFIELDS, 4, false}};
+    for (const auto& [depth, compression, side, captured] : cases) {
+        struct { BITMAPINFOHEADER header; DWORD masks[3]; } info = {
+            {sizeof(BITMAPINFOHEADER), side, side, 1, depth, compression, 0, 0, 0, 0, 0},
+            {0xFF, 0xFF00, 0xFF0000}}; // not the plain layout's masks
+        UniqueBitmap bitmap(
+            CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO*>(&info), DIB_RGB_COLORS, nullptr, nullptr, 0));
+        ASSERT_TRUE(bitmap);
+        EXPECT_EQ(CaptureDibPixels(bitmap.get()).has_value(), captured) << depth << ", " << compression;
+    }
 }
 
 } // namespace
