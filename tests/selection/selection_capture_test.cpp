@@ -72,6 +72,7 @@ TEST_F(InitializeTest, MarksEachItemFileOrFolder)
         {m_temp.File(L"plain.txt"), 0},
         {locked, 0}, // its attributes still read
         {vanished, 1},
+        {L"\\\\.\\NUL", 0}, // no attributes, yet it opens for reading
     };
     Paths paths;
     for (const auto& record : expected)

@@ -45,8 +45,7 @@ struct TempFolder {
 // TMP and TEMP pointed at folder, where the module's list files then land.
 struct ScopedTemp {
     explicit ScopedTemp(const std::wstring& folder) : tmp(L"TMP", folder), temp(L"TEMP", folder) {}
-    ScopedVariable tmp;
-    ScopedVariable temp;
+    ScopedVariable tmp, temp;
 };
 
 // A fresh folder that TMP and TEMP name while the object lives, so that files the module puts
