@@ -60,8 +60,7 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     const std::vector<BYTE> dropList = WideDropFiles(paths);
     const ULONGLONG deadline = GetTickCount64() + 1000;
     struct Outcome {
-        int calls = 0;
-        int failures = 0;
+        int calls = 0, failures = 0;
     } outcomes[4];
     std::vector<std::thread> threads;
     for (Outcome& outcome : outcomes) {

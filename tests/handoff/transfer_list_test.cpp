@@ -23,8 +23,7 @@ TEST_F(TransferListTest, WritesFilesThenFoldersEachNumberedFromZero)
 {
     // Several megabytes, alternating files and folders, paths up to the longest a record holds.
     SelectedItems many;
-    std::wstring manyFiles;
-    std::wstring manyFolders;
+    std::wstring manyFiles, manyFolders;
     for (int i = 0; i < 6000; ++i) {
         const std::wstring path = L"C:\\" + std::wstring(static_cast<size_t>(i * 37 % 1020), L'a' + i % 26);
         many.push_back({i % 2, path});

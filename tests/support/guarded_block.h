@@ -1,4 +1,5 @@
-// Bytes placed so that their last one is the last readable byte: one byte further faults.
+// Bytes placed so that their last one is the last readable byte: one byte further faults. With
+// slack, that many bytes of 0xFF come between: a read past the bytes then sees no zero there.
 #pragma once
 #include <windows.h>
 
@@ -8,14 +9,15 @@ namespace quillet::test {
 
 class GuardedBlock {
 public:
-    GuardedBlock(const void* bytes, size_t size)
+    GuardedBlock(const void* bytes, size_t size, size_t slack = 0)
     {
         const size_t page = 4096;
-        const size_t pages = (size + page - 1) / page + 1;
+        const size_t pages = (size + slack + page - 1) / page + 1;
         m_base = static_cast<BYTE*>(VirtualAlloc(nullptr, pages * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
         DWORD old = 0;
         VirtualProtect(m_base + (pages - 1) * page, page, PAGE_NOACCESS, &old);
-        m_data = m_base + (pages - 1) * page - size;
+        m_data = m_base + (pages - 1) * page - size - slack;
+        std::memset(m_data + size, 0xFF, slack);
         if (size)
             std::memcpy(m_data, bytes, size);
     }
