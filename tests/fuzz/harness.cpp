@@ -57,7 +57,7 @@ void DropList(std::string_view input)
     // claim faults. (Wine locks a pointer as a fixed block only when bit 1 of its address is clear,
     // so the answer itself is not compared.)
     CountDropList(block.Drop(), reader);
-    const UINT count = reader.Count();
+    const UINT count = reader.QueryFile(0xFFFFFFFF, nullptr, 0); // the count query
     std::vector<BYTE> padded(input.begin(), input.end());
     padded.resize(std::max(input.size(), sizeof(DROPFILES)) + 8);
     const UniqueGlobal copy = test::MakeGlobal(padded);
