@@ -22,7 +22,7 @@ TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
         std::wstring directory;
     } cases[] = {
         {L"C:\\Program Files\\Pelloc", true, L"C:\\Program Files\\Pelloc\\"},
-        {L"C:\\Program Files\\Pelloc\\", true, L"C:\\Program Files\\Pelloc\\\\"},
+        {L"A:\\Program Files\\Pelloc\\", true, L"A:\\Program Files\\Pelloc\\\\"},
         {L"C:\\" + std::wstring(255, L'p'), true, L"C:\\" + std::wstring(255, L'p') + L"\\"},
         {L"C:\\" + std::wstring(256, L'p'), true, L""},
         {L"z:\\", true, L"z:\\\\"},
