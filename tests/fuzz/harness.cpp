@@ -84,8 +84,7 @@ void Verb(std::string_view input)
     constexpr DWORD kString = 0xFFFFFFFF; // else an offset, below 0x10000 by masking
     CMINVOKECOMMANDINFOEX info = {};
     info.cbSize = Take<DWORD>(input);
-    const DWORD verb = Take<DWORD>(input);
-    const DWORD wideVerb = Take<DWORD>(input);
+    const DWORD verb = Take<DWORD>(input), wideVerb = Take<DWORD>(input);
     const int state = Take<int>(input);
     const size_t narrowLength = Take<WORD>(input);
     const std::string narrow = std::string(input.substr(0, narrowLength)) + '\0';

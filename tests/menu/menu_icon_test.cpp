@@ -30,14 +30,6 @@ protected:
     test::HandlerServices services;
 };
 
-TEST_F(MenuIcon, PngServesScaledDisplaysAfterXPOnly)
-{
-    const HINSTANCE module = GetModuleHandleW(nullptr);
-    EXPECT_EQ(bool(LoadPngMenuIcon(module, IDP_MENU_ICON)), ExpectedIconSide() != 16);
-    EXPECT_FALSE(LoadPngMenuIcon(module, 0));
-    EXPECT_FALSE(LoadPngMenuIcon(module, IDB_MENU_ICON)); // not a PNG resource
-}
-
 TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
 {
     UniqueBitmap png = LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON);

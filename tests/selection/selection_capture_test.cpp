@@ -132,8 +132,7 @@ TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
 // a row is for the count given, and skipped on a system that counts otherwise.
 TEST_F(InitializeTest, DataObjectsThatSelectNothing)
 {
-    const std::wstring a = m_temp.File(L"a.txt");
-    const std::wstring b = m_temp.File(L"b.txt");
+    const std::wstring a = m_temp.File(L"a.txt"), b = m_temp.File(L"b.txt");
     std::vector<BYTE> farList = test::WideDropFiles({a});
     const DWORD farOffset = 0x7FFFFFF0;
     std::memcpy(farList.data(), &farOffset, sizeof(farOffset));

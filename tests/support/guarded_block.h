@@ -28,8 +28,7 @@ public:
     HDROP Drop() const { return reinterpret_cast<HDROP>(m_data); }
 
 private:
-    BYTE* m_base = nullptr;
-    BYTE* m_data = nullptr;
+    BYTE *m_base = nullptr, *m_data = nullptr;
 };
 
 } // namespace quillet::test
