@@ -17,7 +17,7 @@ HRESULT CSDKelMN::InternalQueryInterface(REFIID riid, void** ppv)
         QITABENTMULTI(CSDKelMN, IContextMenu2, IContextMenu3),
         QITABENT(CSDKelMN, IContextMenu3),
         QITABENT(CSDKelMN, IShellExtInit),
-        {nullptr, 0},
+        {},
     };
     return QISearch(this, interfaceMap, riid, ppv);
 }

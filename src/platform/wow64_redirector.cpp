@@ -37,8 +37,6 @@ CWow64FsRedirector::~CWow64FsRedirector()
         if (auto revert = Lookup<Wow64RedirectionFn>(m_kernel.get(), "Wow64RevertWow64FsRedirection"))
             revert(reinterpret_cast<PVOID*>(&m_savedValue));
     }
-    m_kernel.reset();
-    m_savedValue = nullptr;
 }
 
 } // namespace quillet

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "platform/handles.h"
 #include "selection/drop_list_reader.h"
 #include "selection/selection_capture.h"
@@ -23,7 +21,6 @@ void CollectSelectedItems(HDROP dropList, SIZE_T dropListBytes, SelectedItems& i
     if (count < 1)
         return;
 
-    items.reserve(std::min(count, reader.Count()));
     for (UINT index = 0; index < count; ++index) {
         wchar_t buffer[kItemPathLength] = {};
         if (reader.QueryFile(index, buffer, kItemPathLength) == 0) {

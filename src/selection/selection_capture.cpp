@@ -20,8 +20,9 @@ bool HasShortcutExtension(std::wstring_view path)
     const size_t dot = path.rfind(L'.');
     const std::wstring_view extension = dot == std::wstring_view::npos ? path : path.substr(dot + 1);
     constexpr std::wstring_view kShortcut = L"lnk";
+    // Its letters are all small: setting bit 5 folds each one's capital, and only that, onto it.
     return std::equal(extension.begin(), extension.end(), kShortcut.begin(), kShortcut.end(),
-                      [](wchar_t a, wchar_t b) { return (a >= L'A' && a <= L'Z' ? a + (L'a' - L'A') : a) == b; });
+                      [](wchar_t a, wchar_t b) { return (a | 0x20) == b; });
 }
 
 // Here paths of MAX_PATH characters or more are cut to MAX_PATH - 1; the records keep them whole.
@@ -29,7 +30,6 @@ bool HasShortcutExtension(std::wstring_view path)
 std::vector<std::wstring> ListSelectedPaths(DropListReader& reader, UINT count)
 {
     std::vector<std::wstring> paths;
-    paths.reserve(std::min(count, reader.Count()));
     for (UINT index = 0; index < count; ++index) {
         wchar_t buffer[MAX_PATH] = {};
         reader.QueryFile(index, buffer, MAX_PATH);

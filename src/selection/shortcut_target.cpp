@@ -20,7 +20,6 @@ std::wstring ResolveShortcutTarget(const wchar_t* path)
             link.As(&file);
             if (file && SUCCEEDED(file->Load(path, STGM_READ)))
                 link->GetPath(target, MAX_PATH, nullptr, SLGP_UNCPRIORITY);
-            file.Reset();
         }
     }
     if (SUCCEEDED(com))

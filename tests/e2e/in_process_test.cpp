@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <locale.h>
-#include <malloc.h>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -59,9 +58,7 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     }
     const std::vector<BYTE> dropList = WideDropFiles(paths);
     const ULONGLONG deadline = GetTickCount64() + 1000;
-    struct Outcome {
-        int calls = 0, failures = 0;
-    } outcomes[4];
+    struct Outcome { int calls = 0, failures = 0; } outcomes[4];
     std::vector<std::thread> threads;
     for (Outcome& outcome : outcomes) {
         threads.emplace_back([&] {
@@ -83,12 +80,12 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     }
     for (std::thread& thread : threads)
         thread.join();
-    // Lists torn by two threads at once do not always crash at once: look at every heap too.
+    // Lists torn by two threads at once do not always crash at once: look at every heap too, the
+    // runtime's own among them.
     HANDLE heaps[64] = {};
     const DWORD heapCount = GetProcessHeaps(64, heaps);
     for (DWORD i = 0; i < heapCount && i < 64; ++i)
         EXPECT_TRUE(HeapValidate(heaps[i], 0, nullptr)) << "heap " << i << " is damaged";
-    EXPECT_EQ(_heapchk(), _HEAPOK);
     for (const Outcome& outcome : outcomes) {
         EXPECT_EQ(outcome.failures, 0);
         EXPECT_GE(outcome.calls, 2);

@@ -3,7 +3,6 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -51,12 +50,11 @@ protected:
 
 TEST_F(InitializeTest, MarksEachItemFileOrFolder)
 {
-    std::wstring absentDrive = L"?:";
+    std::wstring absentDrive = L"?:"; // no drive at all, should every letter be in use
     const DWORD drives = GetLogicalDrives();
     for (wchar_t letter = L'Z'; letter >= L'D'; --letter)
         if (!(drives & (1u << (letter - L'A'))))
             absentDrive[0] = letter;
-    ASSERT_NE(absentDrive[0], L'?') << "every drive letter is in use";
     const std::wstring locked = m_temp.File(L"locked.txt");
     UniqueFileHandle lock(
         CreateFileW(locked.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
@@ -130,12 +128,13 @@ TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
 
 // Each after a selection of a.txt. Wine counts an empty first name as a name, Windows does not:
 // a row is for the count given, and skipped on a system that counts otherwise.
-TEST_F(InitializeTest, DataObjectsThatSelectNothing)
+TEST_F(InitializeTest, DataObjectsOutOfTheOrdinary)
 {
     const std::wstring a = m_temp.File(L"a.txt"), b = m_temp.File(L"b.txt");
     std::vector<BYTE> farList = test::WideDropFiles({a});
-    const DWORD farOffset = 0x7FFFFFF0;
-    std::memcpy(farList.data(), &farOffset, sizeof(farOffset));
+    farList[3] = 0x7F; // the list's offset, the header's first field, now near 2 GB
+    std::vector<BYTE> halfList = test::WideDropFiles({L"?"});
+    halfList.resize(sizeof(DROPFILES) + 1); // the list's only byte the low half of '?'
     const Records kept = {{a, 0}};
     const struct {
         const char* what;
@@ -152,7 +151,10 @@ TEST_F(InitializeTest, DataObjectsThatSelectNothing)
         {"an empty list", test::DropDataObject::Create(test::WideDropFiles({})), 1, S_OK, {}, {}},
         {"an unreadable first name", test::DropDataObject::Create(test::WideDropFiles({L"", a, b})), 3, S_OK, {},
          {a, b}},
+        {"a medium other than global memory", test::DropDataObject::Create(test::WideDropFiles({b}), TYMED_GDI), 0,
+         E_FAIL, kept, {a}},
         {"a list far outside its block", test::DropDataObject::Create(farList), 0, S_OK, {}, {}},
+        {"half a character", test::DropDataObject::Create(halfList), 0, S_OK, {{L"?", 1}}, {L"?"}},
     };
     for (const auto& c : cases) {
         if (c.count && DragQueryFileW(static_cast<HDROP>(c.data->Block()), 0xFFFFFFFF, nullptr, 0) != c.count)

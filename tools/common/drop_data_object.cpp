@@ -46,18 +46,18 @@ UniqueGlobal MakeGlobal(const std::vector<BYTE>& bytes)
     return block;
 }
 
-Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::Create(UniqueGlobal block)
+Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::Create(UniqueGlobal block, DWORD tymed)
 {
     // Not Attach: MinGW's ComPtr::Attach adds a reference where Microsoft's takes one over.
-    DropDataObject* created = new DropDataObject(std::move(block));
+    DropDataObject* created = new DropDataObject(std::move(block), tymed);
     Microsoft::WRL::ComPtr<DropDataObject> object(created);
     created->Release(); // the creation's own reference
     return object;
 }
 
-Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::Create(const std::vector<BYTE>& dropFiles)
+Microsoft::WRL::ComPtr<DropDataObject> DropDataObject::Create(const std::vector<BYTE>& dropFiles, DWORD tymed)
 {
-    return Create(MakeGlobal(dropFiles));
+    return Create(MakeGlobal(dropFiles), tymed);
 }
 
 STDMETHODIMP DropDataObject::QueryInterface(REFIID riid, void** ppv)
@@ -92,7 +92,7 @@ STDMETHODIMP DropDataObject::GetData(FORMATETC* format, STGMEDIUM* medium)
         return E_POINTER;
     if (!m_block || !IsDropListRequest(format))
         return DV_E_FORMATETC;
-    medium->tymed = TYMED_HGLOBAL;
+    medium->tymed = m_tymed;
     medium->hGlobal = m_block.get();
     medium->pUnkForRelease = static_cast<IDataObject*>(this);
     AddRef();

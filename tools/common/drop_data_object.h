@@ -17,13 +17,15 @@ std::vector<BYTE> WideDropFiles(const std::vector<std::wstring>& paths);
 // A movable global block holding exactly these bytes.
 UniqueGlobal MakeGlobal(const std::vector<BYTE>& bytes);
 
-// Serves its block as CF_HDROP (TYMED_HGLOBAL, DVASPECT_CONTENT, index -1) and nothing else.
+// Serves its block as CF_HDROP (TYMED_HGLOBAL, DVASPECT_CONTENT, index -1) and nothing else;
+// a hostile one claims another medium type for the same block.
 // The medium it hands out keeps the object alive instead of owning a copy, so a caller that
 // forgets ReleaseStgMedium leaves a reference behind. Without a block every GetData fails.
 class DropDataObject final : public IDataObject {
 public:
-    static Microsoft::WRL::ComPtr<DropDataObject> Create(UniqueGlobal block);
-    static Microsoft::WRL::ComPtr<DropDataObject> Create(const std::vector<BYTE>& dropFiles);
+    static Microsoft::WRL::ComPtr<DropDataObject> Create(UniqueGlobal block, DWORD tymed = TYMED_HGLOBAL);
+    static Microsoft::WRL::ComPtr<DropDataObject> Create(const std::vector<BYTE>& dropFiles,
+                                                         DWORD tymed = TYMED_HGLOBAL);
 
     HGLOBAL Block() const { return m_block.get(); }
     ULONG References() const { return static_cast<ULONG>(m_refCount); }
@@ -43,11 +45,12 @@ public:
     STDMETHODIMP EnumDAdvise(IEnumSTATDATA**) override { return OLE_E_ADVISENOTSUPPORTED; }
 
 private:
-    explicit DropDataObject(UniqueGlobal block) : m_block(std::move(block)) {}
+    DropDataObject(UniqueGlobal block, DWORD tymed) : m_block(std::move(block)), m_tymed(tymed) {}
     ~DropDataObject() = default;
 
     LONG m_refCount = 1;
     UniqueGlobal m_block;
+    const DWORD m_tymed;
 };
 
 } // namespace quillet::test
