@@ -16,11 +16,6 @@ using Microsoft::WRL::ComPtr;
 namespace quillet::test {
 namespace {
 
-std::wstring Quoted(const std::wstring& path)
-{
-    return L"\"" + path + L"\"";
-}
-
 class EndToEnd : public testing::Test {
 protected:
     static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
@@ -48,12 +43,12 @@ TEST_F(EndToEnd, FilesFoldersShortcutsAndNonLatinNamesFromTwoFoldersReachTheSend
                                   items.File(L"\x041f\x0440\x0438\x0432\x0435\x0442.txt"),
                                   items.Shortcut(L"report.lnk", first), items.File(L"other\\second.txt")};
     const std::wstring folder = items.Folder(L"\x6587\x4ef6\x5939");
-    std::wstring arguments = L"--verb \"TRANSFERRED WITH PELLOC\" " + Quoted(folder);
+    std::wstring arguments = L"--verb \"TRANSFERRED WITH PELLOC\" \"" + folder + L"\"";
     for (const std::wstring& file : files)
-        arguments += L" " + Quoted(file);
+        arguments += L" \"" + file + L"\"";
     const ProcessResult host = Host(arguments);
     ASSERT_EQ(host.exitCode, 0u) << host.output;
-    EXPECT_NE(host.output.find("Transferred with Pelloc"), std::string::npos) << host.output;
+    EXPECT_NE(host.output.find("Transferred with Pelloc  [icon 16x16]"), std::string::npos) << host.output;
     EXPECT_NE(host.output.find("commands: 1"), std::string::npos) << host.output;
 
     const std::string received = SenderReport();
@@ -70,7 +65,7 @@ TEST_F(EndToEnd, TenThousandFilesArriveInOneList)
 {
     wchar_t many[MAX_PATH] = {};
     ASSERT_GT(GetEnvironmentVariableW(L"QUILLET_MANY_FILES", many, MAX_PATH), 0u) << "run through ctest";
-    const ProcessResult host = Host(L"--invoke 0 --all-in " + Quoted(many));
+    const ProcessResult host = Host(L"--invoke 0 --all-in \"" + std::wstring(many) + L"\"");
     EXPECT_EQ(host.exitCode, 0u) << host.output.substr(0, 2000);
     EXPECT_NE(host.output.find("selection: 10000 item(s)"), std::string::npos) << host.output.substr(0, 2000);
     const std::string received = SenderReport();
