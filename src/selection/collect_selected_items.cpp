@@ -45,8 +45,7 @@ SelectedItem MakeSelectedItem(std::wstring path)
 
     // Unreadable attributes: only something that opens for reading goes over as a file;
     // a drive without a medium, a vanished or a locked item goes to the folder section.
-    const std::wstring& text = item.path;
-    item.isFolder = 0;
+    const std::wstring& text = item.path; // isFolder is still 0, a file, unless a test below says otherwise
     if (text.size() == 2 && text[1] == L':')
         item.isFolder = 1;
     if (text.size() == 3 && text[1] == L':' && text[2] == L'\\')
