@@ -38,9 +38,13 @@ void CollectFileSystemItems(IShellItemArray* items, SelectedItems& selection)
     Microsoft::WRL::ComPtr<IEnumShellItems> enumerator;
     if (!items || FAILED(items->EnumItems(enumerator.GetAddressOf())) || !enumerator)
         return;
-    IShellItem* batch[kItemBatch] = {};
-    ULONG fetched = 0;
-    while (SUCCEEDED(enumerator->Next(kItemBatch, batch, &fetched)) && fetched > 0) {
+    for (;;) {
+        // Cleared for every batch: an enumerator may report more items than it hands over, and
+        // the last batch's pointers are released by now.
+        IShellItem* batch[kItemBatch] = {};
+        ULONG fetched = 0;
+        if (FAILED(enumerator->Next(kItemBatch, batch, &fetched)))
+            return;
         for (ULONG i = 0; i < fetched && i < kItemBatch; ++i) {
             Microsoft::WRL::ComPtr<IShellItem> item;
             item.Attach(batch[i]);
@@ -50,7 +54,7 @@ void CollectFileSystemItems(IShellItemArray* items, SelectedItems& selection)
                 selection.push_back(MakeSelectedItem(path.get()));
         }
         if (fetched < kItemBatch)
-            break;
+            return;
     }
 }
 

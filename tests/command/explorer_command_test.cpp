@@ -50,7 +50,8 @@ std::wstring TakeString(Method method)
 
 struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
 
-// Shell items that are nothing but their paths, served in batches as Explorer's array does.
+// Shell items that are nothing but their paths, served in batches as Explorer's array does, but
+// hostile: each batch is reported one item longer than it is, and the enumerator may be missing.
 class PathItems final : public Counted<ArrayAndEnumerator> {
     class Item final : public Counted<IShellItem> {
     public:
@@ -74,7 +75,7 @@ class PathItems final : public Counted<ArrayAndEnumerator> {
     };
 
 public:
-    explicit PathItems(std::vector<std::wstring> paths) : m_paths(std::move(paths)) {}
+    PathItems(std::vector<std::wstring> paths, bool enumerator) : m_enumerator(enumerator), m_paths(std::move(paths)) {}
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
     {
         *ppv = nullptr;
@@ -98,7 +99,7 @@ public:
     STDMETHODIMP EnumItems(IEnumShellItems** items) override
     {
         m_next = 0;
-        return QueryInterface(IID_PPV_ARGS(items));
+        return m_enumerator ? QueryInterface(IID_PPV_ARGS(items)) : S_OK;
     }
     STDMETHODIMP Next(ULONG wanted, IShellItem** items, ULONG* fetched) override
     {
@@ -106,7 +107,7 @@ public:
         for (; count < wanted && m_next < m_paths.size(); ++count)
             items[count] = new Item(m_paths[m_next++]);
         if (fetched)
-            *fetched = count;
+            *fetched = count + 1;
         return count == wanted ? S_OK : S_FALSE;
     }
     STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
@@ -115,13 +116,14 @@ public:
 
 private:
     size_t m_next = 0;
+    const bool m_enumerator;
     const std::vector<std::wstring> m_paths;
 };
 
-ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths)
+ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths, bool enumerator = true)
 {
     ComPtr<IShellItemArray> items;
-    items.Attach(new PathItems(std::move(paths)));
+    items.Attach(new PathItems(std::move(paths), enumerator));
     return items;
 }
 
@@ -289,7 +291,8 @@ TEST_F(ExplorerCommandTest, InvokeWritesTheListTheClassicCommandWrites)
 
 // Wine's shell spends about a millisecond per item in GetDisplayName and as much again to parse
 // a path, so 10,000 real shell items would take most of a minute: here the items come from
-// PathItems, and the list is still checked against the classic command's for the same files.
+// PathItems, and the list is still checked against the classic command's for the same files
+// (each of the 157 batches reported one item longer than it is).
 TEST_F(ExplorerCommandTest, TenThousandItemsGiveTheClassicList)
 {
     wchar_t many[MAX_PATH] = {};
@@ -315,6 +318,7 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
     } cases[] = {
         {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG, false},
         {PathArray({}), E_INVALIDARG, false},
+        {PathArray({file}, false), E_INVALIDARG, false}, // EnumItems succeeds, but with no enumerator
         {nullptr, E_INVALIDARG, false},
         {ItemArray({file}), S_OK, true}, // the sender does start for a file
     };

@@ -65,15 +65,11 @@ std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REG
     return names;
 }
 
-bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
-                 REGSAM view)
+bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data)
 {
-    UniqueRegKey key;
-    if (RegCreateKeyExW(root, subKey.c_str(), 0, nullptr, 0, KEY_SET_VALUE | view, nullptr, key.put(), nullptr) !=
-        ERROR_SUCCESS)
-        return false;
-    return RegSetValueExW(key.get(), valueName.empty() ? nullptr : valueName.c_str(), 0, REG_SZ,
-                          reinterpret_cast<const BYTE*>(data.c_str()),
-                          static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+    // Makes the key if it is missing.
+    return RegSetKeyValueW(root, subKey.c_str(), valueName.empty() ? nullptr : valueName.c_str(), REG_SZ, data.c_str(),
+                           static_cast<DWORD>((data.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
 }
+
 } // namespace quillet::test

@@ -11,8 +11,7 @@ bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 // Names of the subkeys, sorted.
 std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view = 0);
 // A plain write, not taken back: for state the code under test is expected to remove.
-bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data,
-                 REGSAM view = 0);
+bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data);
 
 // Each key below and including the given paths as "<path below HKCR> <value>...", values sorted
 // by name, the default value as @. A string value reads @='text' when its data is exactly the
