@@ -7,6 +7,7 @@
 #include "command/command_class.h"
 #include "command/explorer_command.h"
 #include "platform/com_guard.h"
+#include "platform/runtime_reserve.h"
 
 using namespace quillet;
 
@@ -29,6 +30,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
         if (!reserved)
             ReleaseCachedClassObjects(g_objectMap);
         TerminateServerModule();
+        if (!reserved)
+            ReleaseRuntimeReserve();
     }
     return TRUE;
 }

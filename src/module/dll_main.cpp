@@ -2,6 +2,7 @@
 #include <windows.h>
 
 #include "module/module_state.h"
+#include "platform/runtime_reserve.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved)
 {
@@ -12,6 +13,8 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved
     } else if (reason == DLL_PROCESS_DETACH) {
         // A non-null reserved means the process is ending and other DLLs may be gone already.
         quillet::TerminateModule(reserved != nullptr);
+        if (!reserved)
+            quillet::ReleaseRuntimeReserve();
     }
     return TRUE;
 }

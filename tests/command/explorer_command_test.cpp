@@ -369,5 +369,10 @@ TEST_F(ExplorerCommandTest, FixedAnswersAndArgumentChecks)
     EXPECT_EQ(aggregate, nullptr);
 }
 
+TEST(CommandModuleUnload, LeavesNoMemoryBehind)
+{
+    EXPECT_LT(HeapBlocksLeftByLoads(CommandModulePath(), CLSID_QuilletCommand), 10);
+}
+
 } // namespace
 } // namespace quillet::test

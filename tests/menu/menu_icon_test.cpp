@@ -11,16 +11,6 @@
 namespace quillet {
 namespace {
 
-// The icon's side for the display the run asked for: the PNG's size, a sixth of the DPI, on the
-// scaled displays after Windows XP (the picture is made for 240 DPI and scaled to any other);
-// else the 16 x 16 bitmap's.
-LONG ExpectedIconSide()
-{
-    const int dpi = test::RequestedDpi();
-    const bool scaled = dpi > 96;
-    return scaled && test::RequestedWindowsVersion() != "winxp" ? dpi / 6 : 16;
-}
-
 UniqueBitmap FreshBitmap(UINT id)
 {
     return UniqueBitmap(static_cast<HBITMAP>(
@@ -56,8 +46,10 @@ TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
         UniqueBitmap fresh;
         LONG side;
     } pictures[] = {
+        // The icon's side is the PNG's, a sixth of the DPI, on the scaled displays after Windows XP
+        // (the picture is made for 240 DPI and scaled to any other); else the 16 x 16 bitmap's.
         {"icon", &LoadMenuIcon, &MenuPresentation::m_hbmpMenuIcon, png ? std::move(png) : FreshBitmap(IDB_MENU_ICON),
-         ExpectedIconSide()},
+         test::RequestedDpi() > 96 && test::RequestedWindowsVersion() != "winxp" ? test::RequestedDpi() / 6 : 16},
         {"check mark", &LoadMenuCheckBitmap, &MenuPresentation::m_hbmpMenuCheck, FreshBitmap(IDB_MENU_CHECK), 13},
     };
     for (const Picture& picture : pictures) {

@@ -221,5 +221,10 @@ TEST(ModuleUnload, GivesBackTheTypeInformationItKept)
     EXPECT_EQ(references(), before) << "given back at the unload";
 }
 
+TEST(ModuleUnload, LeavesNoMemoryBehind)
+{
+    EXPECT_LT(HeapBlocksLeftByLoads(ModulePath(), CLSID_FTKelMN), 10);
+}
+
 } // namespace
 } // namespace quillet::test

@@ -70,13 +70,6 @@ RegistryState Expected(Outcome outcome, const std::wstring& module)
 
 enum Step { Register, Unregister, AddStale, SpoilTypeLib, AddTlbFile };
 
-void AddStaleEntries()
-{
-    for (const std::wstring& key : {kClassKey + L"\\Stale\\Deeper", kClassKey + L"\\Programmable\\Stale"})
-        ASSERT_TRUE(WriteString(HKEY_CLASSES_ROOT, key, L"", L"stale"));
-    ASSERT_TRUE(WriteString(HKEY_CLASSES_ROOT, kClassKey, L"Stale", L"stale"));
-}
-
 // The steps that change a copy of the module, before it is loaded.
 void ChangeCopy(Step step, const std::wstring& path)
 {
@@ -144,11 +137,14 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
                                : step == Unregister ? module.UnregisterServer()
                                                     : expected;
             EXPECT_TRUE(expected == kSomeFailure ? FAILED(hr) : hr == expected) << std::hex << hr;
-            if (step == AddStale)
-                AddStaleEntries();
+            if (step == AddStale) {
+                for (const std::wstring& key : {kClassKey + L"\\Stale\\Deeper", kClassKey + L"\\Programmable\\Stale"})
+                    ASSERT_TRUE(WriteString(HKEY_CLASSES_ROOT, key, L"", L"stale"));
+                ASSERT_TRUE(WriteString(HKEY_CLASSES_ROOT, kClassKey, L"Stale", L"stale"));
+            }
         }
         EXPECT_EQ(Current(), Expected(journey.outcome, journey.path));
-        EXPECT_TRUE(KeyExists(HKEY_CLASSES_ROOT, L"CLSID"));
+        EXPECT_TRUE(OpenKey(HKEY_CLASSES_ROOT, L"CLSID", KEY_READ));
         module.UnregisterServer();
     }
     // Unregistering reloads the library from the registered module, which the last copy has spoilt,

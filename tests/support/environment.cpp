@@ -33,15 +33,6 @@ ScopedVariable::~ScopedVariable()
     SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr);
 }
 
-bool MakeShortcut(const std::wstring& link, const std::wstring& target)
-{
-    Microsoft::WRL::ComPtr<IShellLinkW> shortcut;
-    Microsoft::WRL::ComPtr<IPersistFile> file;
-    return SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shortcut))) &&
-           SUCCEEDED(shortcut->SetPath(target.c_str())) && SUCCEEDED(shortcut.As(&file)) &&
-           SUCCEEDED(file->Save(link.c_str(), TRUE));
-}
-
 std::wstring TempFolder::File(const std::wstring& name) const
 {
     EXPECT_TRUE(WriteFileBytes(path + L"\\" + name, "data", 4)) << testing::PrintToString(name);
@@ -56,7 +47,12 @@ std::wstring TempFolder::Folder(const std::wstring& name) const
 
 std::wstring TempFolder::Shortcut(const std::wstring& name, const std::wstring& target) const
 {
-    EXPECT_TRUE(MakeShortcut(path + L"\\" + name, target)) << testing::PrintToString(name);
+    Microsoft::WRL::ComPtr<IShellLinkW> shortcut;
+    Microsoft::WRL::ComPtr<IPersistFile> file;
+    EXPECT_TRUE(SUCCEEDED(CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&shortcut))) &&
+                SUCCEEDED(shortcut->SetPath(target.c_str())) && SUCCEEDED(shortcut.As(&file)) &&
+                SUCCEEDED(file->Save((path + L"\\" + name).c_str(), TRUE)))
+        << testing::PrintToString(name);
     return path + L"\\" + name;
 }
 

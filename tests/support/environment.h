@@ -25,9 +25,6 @@ private:
     bool m_had = false;
 };
 
-// A real shortcut file at link, written by the shell's link object, pointing at target.
-bool MakeShortcut(const std::wstring& link, const std::wstring& target);
-
 // A fresh folder under the temporary folder, removed with its contents at the end.
 struct TempFolder {
     explicit TempFolder(const std::wstring& hint) : path(MakeTempFolder(hint)) {}

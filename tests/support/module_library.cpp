@@ -10,4 +10,30 @@ DWORD RunRegsvr32(const std::wstring& modulePath, bool unregister)
         .exitCode;
 }
 
+long HeapBlocksLeftByLoads(const std::wstring& path, REFCLSID clsid)
+{
+    const auto busyBlocks = [] {
+        HANDLE heaps[64];
+        long busy = 0;
+        for (DWORD i = 0, count = GetProcessHeaps(64, heaps); i < count && i < 64; ++i)
+            for (PROCESS_HEAP_ENTRY entry = {}; HeapWalk(heaps[i], &entry);)
+                busy += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0;
+        return busy;
+    };
+    const auto load = [&] {
+        ServerModule module(path);
+        Microsoft::WRL::ComPtr<IClassFactory> factory;
+        Microsoft::WRL::ComPtr<IUnknown> object;
+        EXPECT_TRUE(module.GetClassObject(clsid, IID_PPV_ARGS(&factory)) == S_OK &&
+                    factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) == S_OK);
+    };
+    // Wine keeps a block for each of the first ten or so loads, and no more after them.
+    for (int i = 0; i < 10; ++i)
+        load();
+    const long before = busyBlocks();
+    for (int i = 0; i < 20; ++i)
+        load();
+    return busyBlocks() - before;
+}
+
 } // namespace quillet::test

@@ -31,6 +31,11 @@ private:
 // Runs regsvr32 in a process of its own; returns its exit code (0 on success).
 DWORD RunRegsvr32(const std::wstring& modulePath, bool unregister);
 
+// The heap blocks left behind by 20 loads of a server, each making one object and freeing it, as
+// Explorer and the COM surrogate load and free a server again and again: 20 or more when each
+// load leaks.
+long HeapBlocksLeftByLoads(const std::wstring& path, REFCLSID clsid);
+
 // A server loaded through its exports on a single-threaded apartment, as Explorer or the COM
 // surrogate holds it, and its class object; at the end every object it made must be gone.
 class LoadedServer : public testing::Test {

@@ -8,6 +8,21 @@
 namespace quillet::test {
 namespace {
 
+// Names of the key's subkeys, sorted.
+std::vector<std::wstring> SubKeyNames(HKEY key)
+{
+    std::vector<std::wstring> names;
+    for (DWORD index = 0;; ++index) {
+        wchar_t name[256];
+        DWORD length = 256;
+        if (RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        names.emplace_back(name, length);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 void Collect(const std::wstring& path, RegistryState& state)
 {
     const UniqueRegKey key = OpenKey(HKEY_CLASSES_ROOT, path, KEY_READ);
@@ -29,7 +44,7 @@ void Collect(const std::wstring& path, RegistryState& state)
     for (const auto& [name, value] : values)
         line += L" " + name + L"=" + value;
     state.insert(line);
-    for (const std::wstring& subkey : SubKeyNames(key.get(), L""))
+    for (const std::wstring& subkey : SubKeyNames(key.get()))
         Collect(path + L"\\" + subkey, state);
 }
 
@@ -41,28 +56,6 @@ RegistryState ClassesState(const std::vector<std::wstring>& paths)
     for (const std::wstring& path : paths)
         Collect(path, state);
     return state;
-}
-
-bool KeyExists(HKEY root, const std::wstring& subKey, REGSAM view)
-{
-    return static_cast<bool>(OpenKey(root, subKey, KEY_READ | view));
-}
-
-std::vector<std::wstring> SubKeyNames(HKEY root, const std::wstring& subKey, REGSAM view)
-{
-    std::vector<std::wstring> names;
-    UniqueRegKey key = OpenKey(root, subKey, KEY_ENUMERATE_SUB_KEYS | view);
-    if (!key)
-        return names;
-    for (DWORD index = 0;; ++index) {
-        wchar_t name[256];
-        DWORD length = 256;
-        if (RegEnumKeyExW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            break;
-        names.emplace_back(name, length);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 bool WriteString(HKEY root, const std::wstring& subKey, const std::wstring& valueName, const std::wstring& data)
