@@ -6,7 +6,7 @@
 
 #if defined(__GLIBCXX__)
 namespace __gnu_cxx {
-void __freeres(); // the runtime's own release of that reserve
+void __freeres(); // NOLINT(bugprone-reserved-identifier): the runtime's own release of that reserve
 }
 #endif
 
