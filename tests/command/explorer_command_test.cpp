@@ -6,6 +6,7 @@
 #include <shlwapi.h>
 #include <wrl/client.h>
 
+#include <memory>
 #include <optional>
 
 #include "command/command_class.h"
@@ -38,14 +39,12 @@ ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& names)
 }
 
 // The string a method hands back through its LPWSTR argument.
-template <typename Method>
-std::wstring TakeString(Method method)
+std::wstring TakeString(const auto& method)
 {
     LPWSTR text = nullptr;
     EXPECT_EQ(method(&text), S_OK);
-    const std::wstring result = text ? text : L"(null)";
-    CoTaskMemFree(text);
-    return result;
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owned(text, CoTaskMemFree);
+    return text ? text : L"(null)";
 }
 
 struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
@@ -154,18 +153,15 @@ protected:
     // What Quillet.dll writes when the same paths are selected and its command chosen.
     std::optional<std::string> ClassicList(const std::vector<std::wstring>& paths)
     {
-        ComPtr<IClassFactory> classicFactory;
-        ComPtr<IShellExtInit> init;
+        ComPtr<IShellExtInit> init = classic.Create<IShellExtInit>(CLSID_FTKelMN);
         ComPtr<IContextMenu> menu;
-        EXPECT_EQ(classic.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&classicFactory)), S_OK);
-        EXPECT_EQ(classicFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)), S_OK);
         EXPECT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles(paths)).Get(), nullptr), S_OK);
         EXPECT_EQ(init.As(&menu), S_OK);
         EXPECT_EQ(InvokeFirst(menu.Get()), S_OK);
         return TakeListFile();
     }
 
-    ModuleLibrary classic{ModulePath()};
+    ServerModule classic{ModulePath()};
     ScopedRegistryValue menuOption{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
     RedirectedTempFolder temp{L"command"}; // every list file lands here
     std::wstring file, folder;
@@ -215,6 +211,16 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
         DeleteObject(info.hbmMask);
         DestroyIcon(icon);
     }
+
+    // A copy loaded from a folder whose path passes MAX_PATH still names its whole path.
+    const std::wstring longPath = L"\\\\?\\" + ProgramDirectory() + std::wstring(250, L'f') + L"\\QuilletCommand.dll";
+    CreateDirectoryW(longPath.substr(0, longPath.rfind(L'\\')).c_str(), nullptr);
+    ASSERT_TRUE(CopyFileW(path.c_str(), longPath.c_str(), FALSE));
+    const ServerModule copy(longPath);
+    const std::wstring longLocation = TakeString([&](LPWSTR* text) {
+        return copy.Create<IExplorerCommand>(CLSID_QuilletCommand)->GetIcon(nullptr, text);
+    });
+    EXPECT_TRUE(longLocation.ends_with(longPath.substr(4) + location.substr(comma))) << longLocation.size();
 }
 
 TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)

@@ -38,15 +38,20 @@ inline std::string Utf16Bytes(const std::wstring& text)
 }
 
 // The sample sender copied in as folder\Pelloc.exe (folder made here; a failure fails the test)
-// and registered under App Paths; it reports beside itself.
+// and registered under App Paths; it reports beside itself. It is told the value of an inheritable
+// event, which it signals if it holds it: no start may hand it the starting process's handles.
 struct InstalledSender {
     explicit InstalledSender(const std::wstring& in) : folder(in), path(folder + L"\\" + kSenderFileName)
     {
         CreateDirectoryW(folder.c_str(), nullptr);
         EXPECT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), path.c_str(), FALSE));
         registration.SetString(folder);
+        SetEnvironmentVariableW(L"SAMPLE_SENDER_PROBE", std::to_wstring(HandleToULong(probe.get())).c_str());
     }
+    ~InstalledSender() { EXPECT_EQ(WaitForSingleObject(probe.get(), 0), DWORD(WAIT_TIMEOUT)) << "handles inherited"; }
     const std::wstring folder, path;
+    SECURITY_ATTRIBUTES inheritable{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+    const UniqueKernelHandle probe{CreateEventW(&inheritable, TRUE, FALSE, nullptr)};
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
 };
 

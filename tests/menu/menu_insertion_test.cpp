@@ -24,11 +24,7 @@ struct TestMenu {
 };
 
 // The runs as Windows XP and XP x64 expect the forms of systems before Vista.
-bool RunsAsOlderWindows()
-{
-    const std::string version = test::RequestedWindowsVersion();
-    return version == "winxp" || version == "winxp64";
-}
+const bool kOlderWindows = test::RequestedWindowsVersion() == "winxp" || test::RequestedWindowsVersion() == "winxp64";
 
 class QueryContextMenuTest : public testing::Test {
 protected:
@@ -78,7 +74,7 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
         info.fMask = MIIM_CHECKMARKS | MIIM_FTYPE | MIIM_DATA;
         ASSERT_TRUE(GetMenuItemInfoW(menu.get(), 1, TRUE, &info));
         EXPECT_EQ(info.hbmpChecked, nullptr);
-        if (RunsAsOlderWindows() && flags == CMF_CANRENAME) { // Vista and later ignore the flag
+        if (kOlderWindows && flags == CMF_CANRENAME) { // Vista and later ignore the flag
             EXPECT_NE(info.fType & MFT_OWNERDRAW, 0u);
             EXPECT_EQ(info.hbmpUnchecked, nullptr);
             EXPECT_EQ(info.dwItemData, 0u);
@@ -90,8 +86,8 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
         GetMenuStringW(menu.get(), 1, text, 64, MF_BYPOSITION);
         EXPECT_STREQ(text, L"Send with Pelloc");
         // The check-mark picture before Vista, the icon after.
-        EXPECT_EQ(info.hbmpUnchecked, (RunsAsOlderWindows() ? item.m_hbmpMenuCheck : item.m_hbmpMenuIcon).get());
-        EXPECT_FALSE((RunsAsOlderWindows() ? item.m_hbmpMenuIcon : item.m_hbmpMenuCheck));
+        EXPECT_EQ(info.hbmpUnchecked, (kOlderWindows ? item.m_hbmpMenuCheck : item.m_hbmpMenuIcon).get());
+        EXPECT_FALSE((kOlderWindows ? item.m_hbmpMenuIcon : item.m_hbmpMenuCheck));
         EXPECT_NE(info.hbmpUnchecked, nullptr);
     }
 }
@@ -139,7 +135,7 @@ TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButTheMenuCountsAsFilled)
         EXPECT_EQ(lastQueried.load(), menus[1].get());
     }
     // The item is prepared all the same.
-    if (RunsAsOlderWindows()) {
+    if (kOlderWindows) {
         EXPECT_TRUE(presentation.m_hbmpMenuCheck);
         EXPECT_TRUE(presentation.m_hMenuFont); // the rename menu refreshed the font
     } else {

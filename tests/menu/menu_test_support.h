@@ -25,22 +25,19 @@ inline MenuResources TestResources()
 }
 
 // COM and GDI+ on this thread for the object's life, as a handler's creation starts them.
-class HandlerServices {
-public:
+struct HandlerServices {
     HandlerServices()
     {
         CoInitialize(nullptr);
         Gdiplus::GdiplusStartupInput input;
-        Gdiplus::GdiplusStartup(&m_token, &input, nullptr);
+        Gdiplus::GdiplusStartup(&token, &input, nullptr);
     }
     ~HandlerServices()
     {
-        Gdiplus::GdiplusShutdown(m_token);
+        Gdiplus::GdiplusShutdown(token);
         CoUninitialize();
     }
-
-private:
-    ULONG_PTR m_token = 0;
+    ULONG_PTR token = 0;
 };
 
 // Every pixel, top row first, as GDI reads the bitmap back: the same whatever its row order.

@@ -34,17 +34,11 @@ int TextWidth(const wchar_t* text)
 }
 
 // COLOR_MENUTEXT set for a while; the old colour comes back even when a check fails.
-class ScopedMenuTextColour {
-public:
-    explicit ScopedMenuTextColour(COLORREF colour) : m_old(GetSysColor(COLOR_MENUTEXT)) { Set(colour); }
-    ~ScopedMenuTextColour() { Set(m_old); }
-    ScopedMenuTextColour(const ScopedMenuTextColour&) = delete;
-    ScopedMenuTextColour& operator=(const ScopedMenuTextColour&) = delete;
-
-private:
-    static void Set(COLORREF colour) { SetSysColors(1, &kElement, &colour); }
+struct ScopedMenuTextColour {
+    explicit ScopedMenuTextColour(COLORREF colour) { SetSysColors(1, &kElement, &colour); }
+    ~ScopedMenuTextColour() { SetSysColors(1, &kElement, &old); }
     static constexpr INT kElement = COLOR_MENUTEXT;
-    COLORREF m_old;
+    const COLORREF old = GetSysColor(COLOR_MENUTEXT);
 };
 
 class OwnerDraw : public testing::Test {

@@ -207,11 +207,9 @@ TEST(ModuleUnload, GivesBackTheTypeInformationItKept)
     const auto references = [&] { return library->AddRef(), library->Release(); };
     const ULONG before = references();
     {
-        ComPtr<IClassFactory> factory;
-        ComPtr<IDispatch> dispatch;
+        const ComPtr<IDispatch> dispatch = module->Create<IDispatch>(CLSID_FTKelMN);
         ComPtr<ITypeInfo> info;
-        ASSERT_EQ(module->GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&factory)), S_OK);
-        ASSERT_EQ(factory->CreateInstance(nullptr, IID_PPV_ARGS(&dispatch)), S_OK);
+        ASSERT_TRUE(dispatch);
         for (int call = 0; call < 2; ++call) // loaded, then handed out again
             ASSERT_EQ(dispatch->GetTypeInfo(0, 0, info.ReleaseAndGetAddressOf()), S_OK);
     }

@@ -21,11 +21,8 @@ long HeapBlocksLeftByLoads(const std::wstring& path, REFCLSID clsid)
         return busy;
     };
     const auto load = [&] {
-        ServerModule module(path);
-        Microsoft::WRL::ComPtr<IClassFactory> factory;
-        Microsoft::WRL::ComPtr<IUnknown> object;
-        EXPECT_TRUE(module.GetClassObject(clsid, IID_PPV_ARGS(&factory)) == S_OK &&
-                    factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) == S_OK);
+        const ServerModule module(path);
+        module.Create<IUnknown>(clsid); // made and freed before the unload
     };
     // Wine keeps a block for each of the first ten or so loads, and no more after them.
     for (int i = 0; i < 10; ++i)

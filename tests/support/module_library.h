@@ -19,6 +19,16 @@ public:
     HRESULT CanUnloadNow() const { return Call("DllCanUnloadNow"); }
     HRESULT RegisterServer() const { return Call("DllRegisterServer"); }
     HRESULT UnregisterServer() const { return Call("DllUnregisterServer"); }
+    // A new object of the class, through its class object (null, failing the test, if none is made).
+    template <typename Interface>
+    Microsoft::WRL::ComPtr<Interface> Create(REFCLSID clsid) const
+    {
+        Microsoft::WRL::ComPtr<IClassFactory> factory;
+        Microsoft::WRL::ComPtr<Interface> object;
+        EXPECT_TRUE(GetClassObject(clsid, IID_PPV_ARGS(&factory)) == S_OK &&
+                    factory->CreateInstance(nullptr, IID_PPV_ARGS(&object)) == S_OK);
+        return object;
+    }
 
 private:
     HRESULT Call(const char* name) const

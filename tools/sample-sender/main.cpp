@@ -6,10 +6,13 @@
 // and appended to a UTF-8 file (a sender started from Explorer has no console to show): the one
 // SAMPLE_SENDER_REPORT names, else sender-report.txt beside the program, in one write. Exit code
 // 0: the list was read; 2: bad command line; 3: the file could not be read; 4: the file is malformed.
+// SAMPLE_SENDER_PROBE, when the tests set it, is the value of an event of theirs, signalled here
+// if this process holds it: a sign that it was started with their handles.
 #include <windows.h>
 #include <shellapi.h>
 
 #include <cstdio>
+#include <cwchar>
 #include <string>
 #include <vector>
 
@@ -61,6 +64,10 @@ int Report(const std::wstring& text, int exitCode)
 
 int wmain()
 {
+    // The tests' inheritable event: signalled only if the start handed this process its handles.
+    wchar_t probe[16] = {};
+    if (GetEnvironmentVariableW(L"SAMPLE_SENDER_PROBE", probe, 16) != 0)
+        SetEvent(ULongToHandle(std::wcstoul(probe, nullptr, 10)));
     const std::wstring commandLine = GetCommandLineW();
     int argc = 0;
     LPWSTR* argv = CommandLineToArgvW(GetCommandLineW(), &argc);
