@@ -55,13 +55,17 @@ struct InstalledSender {
     ScopedRegistryValue registration{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
 };
 
-// What the sender reported: its command line, its current folder and, when it could read the
-// list, what it received ("1 file(s) and 2 folder(s)").
+// What the sender reported: its command line, its current folder, its window's show state with
+// its start-up flags and, when it could read the list, what it received ("1 file(s) and 2 folder(s)").
 struct SenderRecord {
     std::wstring commandLine;
     std::wstring currentDirectory;
     std::string received;
+    std::string shown;
 };
+
+// A plain start's: SW_SHOW without STARTF_USESHOWWINDOW, so the sender takes its default on purpose.
+inline const std::string kPlainStartShown = "5 flags 0";
 
 // Waits up to timeoutMs for a complete report of a sender installed in folder, and takes it away
 // so that the next start leaves a new one.
@@ -91,7 +95,8 @@ inline std::optional<SenderRecord> TakeRecord(const std::wstring& folder, DWORD 
         const size_t from = start == std::string::npos ? report->size() : start + name.size() + 9;
         return report->substr(from, report->find('\n', from) - from);
     };
-    return SenderRecord{FromUtf8(field("command line:")), FromUtf8(field("started in:")), field("received")};
+    return SenderRecord{FromUtf8(field("command line:")), FromUtf8(field("started in:")), field("received"),
+                        field("shown:")};
 }
 
 // The command by its offset (0, as a menu that holds the handler's item chooses it).

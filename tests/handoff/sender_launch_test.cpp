@@ -44,6 +44,7 @@ TEST_F(StartRoutinesTest, RunProgramWaitsAndReportsTheExitCode)
         else
             EXPECT_EQ(record->commandLine, c.line);
         EXPECT_EQ(record->currentDirectory, m_temp.path);
+        EXPECT_EQ(record->shown == test::kPlainStartShown, !c.elevate) << record->shown;
     }
     EXPECT_TRUE(RunProgram(nullptr, m_sender.path.c_str(), nullptr, nullptr, INFINITE, nullptr, false));
     EXPECT_TRUE(test::TakeRecord(m_folder, 0));

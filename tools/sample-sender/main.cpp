@@ -2,10 +2,11 @@
 //
 //   Pelloc.exe /transferfilelist="<file>"
 //
-// Checks the list file and reports how it was started and what it received, on standard output
-// and appended to a UTF-8 file (a sender started from Explorer has no console to show): the one
-// SAMPLE_SENDER_REPORT names, else sender-report.txt beside the program, in one write. Exit code
-// 0: the list was read; 2: bad command line; 3: the file could not be read; 4: the file is malformed.
+// Checks the list file and reports how it was started (command line, folder, window show state and
+// start-up flags) and what it received, on standard output and appended to a UTF-8 file (a sender
+// started from Explorer has no console to show): the one SAMPLE_SENDER_REPORT names, else
+// sender-report.txt beside the program, in one write. Exit code 0: the list was read; 2: bad command
+// line; 3: the file could not be read; 4: the file is malformed.
 // SAMPLE_SENDER_PROBE, when the tests set it, is the value of an event of theirs, signalled here
 // if this process holds it: a sign that it was started with their handles.
 #include <windows.h>
@@ -81,8 +82,11 @@ int wmain()
 
     std::vector<wchar_t> folder(32768);
     folder.resize(GetCurrentDirectoryW(32768, folder.data()));
+    STARTUPINFOW startup = {};
+    GetStartupInfoW(&startup);
     std::wstring text = L"sender: command line: " + commandLine + L"\nsender: started in: " +
-                        std::wstring(folder.begin(), folder.end()) + L"\n";
+                        std::wstring(folder.begin(), folder.end()) + L"\nsender: shown: " +
+                        std::to_wstring(startup.wShowWindow) + L" flags " + std::to_wstring(startup.dwFlags) + L"\n";
     if (listFile.empty())
         return Report(text + L"sender: error: no /transferfilelist=\"<file>\" argument\n", 2);
     text += L"sender: list file: " + listFile + L"\n";
