@@ -169,11 +169,8 @@ protected:
 
 TEST_F(ExplorerCommandTest, TitleIsTheClassicCaptionInTheSendersLanguage)
 {
-    const struct {
-        std::optional<std::string> language; // in config.ini; nothing: no config.ini
-        bool registered;                     // the sender's App Paths "Path"
-        std::wstring title;
-    } cases[] = {
+    // The language in config.ini (nothing: no config.ini); the sender's App Paths "Path" registered.
+    const struct { std::optional<std::string> language; bool registered; std::wstring title; } cases[] = {
         {"zh-TW", true, L"以Pelloc 傳輸"},
         {"ja", true, kEnglish}, // in the table, but not an allowed language
         {"ru", false, kEnglish}, // no sender folder: no config.ini to read
@@ -227,12 +224,7 @@ TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
 {
     enum class Sender { Installed, NoFile, Unregistered };
     enum class Items { File, Folder, Shortcut, VirtualOnly, VirtualThenFile, Empty, None };
-    const struct {
-        std::optional<DWORD> menuOption;
-        Sender sender;
-        Items items;
-        EXPCMDSTATE state;
-    } cases[] = {
+    const struct { std::optional<DWORD> menuOption; Sender sender; Items items; EXPCMDSTATE state; } cases[] = {
         {std::nullopt, Sender::Installed, Items::File, ECS_ENABLED},
         {1, Sender::Installed, Items::Folder, ECS_ENABLED},
         {2, Sender::Installed, Items::Shortcut, ECS_ENABLED},
@@ -318,22 +310,19 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
 {
     const std::wstring senderFolder = temp.path() + L"\\sender";
     InstalledSender sender(senderFolder);
-    const struct {
-        ComPtr<IShellItemArray> items;
-        HRESULT result;
-        bool started;
-    } cases[] = {
-        {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG, false},
-        {PathArray({}), E_INVALIDARG, false},
-        {PathArray({file}, false), E_INVALIDARG, false}, // EnumItems succeeds, but with no enumerator
-        {nullptr, E_INVALIDARG, false},
-        {ItemArray({file}), S_OK, true}, // the sender does start for a file
+    const struct { ComPtr<IShellItemArray> items; HRESULT result; } cases[] = {
+        {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG},
+        {PathArray({}), E_INVALIDARG},
+        {PathArray({file}, false), E_INVALIDARG}, // EnumItems succeeds, but with no enumerator
+        {nullptr, E_INVALIDARG},
+        {ItemArray({file}), S_OK}, // the sender does start for a file
     };
     for (const auto& c : cases) {
         const int row = static_cast<int>(&c - cases);
+        const bool started = c.result == S_OK;
         EXPECT_EQ(NewCommand()->Invoke(c.items.Get(), nullptr), c.result) << "row " << row;
-        EXPECT_EQ(ListFiles(temp.path()).size(), c.started ? 1u : 0u) << "row " << row;
-        EXPECT_EQ(TakeRecord(senderFolder, c.started ? 20000 : 200).has_value(), c.started) << "row " << row;
+        EXPECT_EQ(ListFiles(temp.path()).size(), started ? 1u : 0u) << "row " << row;
+        EXPECT_EQ(TakeRecord(senderFolder, started ? 20000 : 200).has_value(), started) << "row " << row;
     }
 }
 

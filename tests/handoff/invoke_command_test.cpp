@@ -135,10 +135,7 @@ TEST_F(SenderLaunchTest, SenderGetsItsPathAndTheQuotedListNameCutTo519Characters
     ASSERT_EQ(m_plain.path.find(L' '), std::wstring::npos);
     const std::wstring longList = m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L't');
     ASSERT_TRUE(CreateDirectoryW(longList.c_str(), nullptr));
-    const struct {
-        std::wstring sender;
-        std::wstring list;
-    } cases[] = {
+    const struct { std::wstring sender, list; } cases[] = {
         {m_plain.path + L"\\sender", m_list.path},
         {m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L's'), longList}, // 240 each
     };

@@ -30,11 +30,7 @@ TEST_F(TransferListTest, WritesFilesThenFoldersEachNumberedFromZero)
         (i % 2 ? manyFolders : manyFiles) += std::to_wstring(i / 2) + L"=" + path + L"\r\n";
     }
     const std::wstring nonLatin = L"C:\\\u6587\u6863\\\u00DCber caf\u00E9 \U0001F600.txt";
-    const struct {
-        const char* what;
-        SelectedItems items;
-        std::wstring expected;
-    } cases[] = {
+    const struct { const char* what; SelectedItems items; std::wstring expected; } cases[] = {
         {"files only",
          {{0, L"C:\\a.txt"}, {0, nonLatin}},
          kHeader + L"0=C:\\a.txt\r\n1=" + nonLatin + L"\r\n" + kFolders},

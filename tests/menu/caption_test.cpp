@@ -45,12 +45,7 @@ TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
 TEST(MenuCaption, FallsBackToTheTablesLanguageThenToTheStringResource)
 {
     const std::wstring cut(63, L'x'); // table captions are cut after 63 characters
-    const struct {
-        const wchar_t* languages;
-        const wchar_t* appname;
-        const wchar_t* wanted;
-        std::wstring caption;
-    } cases[] = {
+    const struct { const wchar_t *languages, *appname, *wanted; std::wstring caption; } cases[] = {
         {L"en;de;it;", L"en", L"it", cut},
         {L"en;de;it;", L"it", L"ru", cut},
         {L"en;de;it;", L"en", L"de", L"English"}, // an empty caption falls through

@@ -10,10 +10,7 @@ namespace {
 
 TEST(LanguageTable, LineRules)
 {
-    const struct {
-        const wchar_t* text;
-        LanguageTable table;
-    } cases[] = {
+    const struct { const wchar_t* text; LanguageTable table; } cases[] = {
         {L"early=before any section", {{L"", {{L"early", L"before any section"}}}}},
         // Keys and values keep their leading blanks; lines lose their trailing ones.
         {L"[one]trailing text\r\n  key = value \t\r\n", {{L"one", {{L"  key ", L" value"}}}}},

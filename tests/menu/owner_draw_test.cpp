@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 
 #include "menu/caption_measure.h"
 #include "menu/owner_draw.h"
+#include "menu/shared_pictures.h"
 #include "menu_test_support.h"
 
 namespace quillet {
@@ -95,7 +95,10 @@ TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
 
 // A selected caption is painted in the complement of the menu text, not in the highlight-text
 // colour: a menu text colour of our own tells the two apart, which Wine's black text does not.
-TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
+// The handler's item has no picture (its size stays 0); one of any other size goes centred into
+// the check-mark space, 2 pixels in when that puts it 5 or more in or before the space, and
+// never moves with the item's left edge.
+TEST_F(OwnerDraw, PaintsBackgroundPictureAndCaptionAfterTheCheckMarkSpace)
 {
     const COLORREF text = RGB(0x30, 0x70, 0x10);
     const COLORREF complement = RGB(0xCF, 0x8F, 0xEF);
@@ -107,26 +110,34 @@ TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
     constexpr int kWidth = 360, kHeight = 30;
     constexpr DWORD kUnpainted = 0x00010203;
     const auto asPixel = [](COLORREF c) { return DWORD(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c); };
-    const struct {
-        UINT state;
-        int background;
-        COLORREF text;
-        int left;
-    } cases[] = {
-        {0, COLOR_MENU, text, 0},
-        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 0},
-        {ODS_SELECTED | ODS_FOCUS, COLOR_HIGHLIGHT, complement, 12},
+    constexpr int kPictureHeight = 10, kPictureTop = 10;
+    constexpr DWORD kPicture = 0xFF40C020, kPictureColour = kPicture & 0xFFFFFF; // opaque
+    const auto filled = [](int width, int height, DWORD pixel) {
+        std::vector<BYTE> bits(size_t(width) * size_t(height) * 4);
+        for (size_t i = 0; i < bits.size(); ++i)
+            bits[i] = BYTE(pixel >> (i % 4 * 8));
+        return CreateDibCopy({{sizeof(BITMAPINFOHEADER), width, -height, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, bits});
+    };
+    // A picture's width is given as so much over the check-mark space's (0: no picture).
+    const struct { UINT state; int background; COLORREF text; int left, pictureOverCheckWidth, pictureLeft; } cases[] = {
+        {0, COLOR_MENU, text, 0, 0, 0},
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 0, 0, 0},
+        {ODS_SELECTED | ODS_FOCUS, COLOR_HIGHLIGHT, complement, 12, 0, 0},
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, -6, 3},
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, +1, 0}, // -1 / 2 rounds toward zero
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, -10, 2},
+        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, +2, 2},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(testing::Message() << "state " << c.state << ", left " << c.left);
+        SCOPED_TRACE(testing::Message() << c.state << ", left " << c.left << ", picture " << c.pictureOverCheckWidth);
+        const int pictureWidth = c.pictureOverCheckWidth ? checkWidth + c.pictureOverCheckWidth : 0;
+        h.m_iconWidth = UINT(pictureWidth);
+        h.m_iconHeight = pictureWidth ? kPictureHeight : 0;
+        if (pictureWidth)
+            h.m_hbmpMenuIcon = filled(pictureWidth, kPictureHeight, kPicture);
         UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
-        BITMAPINFO info = {};
-        info.bmiHeader = {sizeof(BITMAPINFOHEADER), kWidth, -kHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
-        void* bits = nullptr;
-        UniqueBitmap canvas(CreateDIBSection(dc.get(), &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+        UniqueBitmap canvas = filled(kWidth, kHeight, kUnpainted);
         ASSERT_TRUE(canvas);
-        auto* pixels = static_cast<DWORD*>(bits);
-        std::fill(pixels, pixels + kWidth * kHeight, kUnpainted);
         SelectionScope selected(dc.get(), canvas.get());
 
         DRAWITEMSTRUCT item = {ODT_MENU, 0, kItemId, ODA_DRAWENTIRE, c.state, nullptr, dc.get(),
@@ -134,23 +145,27 @@ TEST_F(OwnerDraw, PaintsBackgroundAndCaptionAfterTheCheckMarkSpace)
         LRESULT result = kUntouched;
         Send(WM_DRAWITEM, &item, &result);
         EXPECT_EQ(result, TRUE);
-        GdiFlush();
 
+        const std::vector<DWORD> pixels = test::TopDownPixels(canvas.get());
         const DWORD background = asPixel(GetSysColor(c.background));
         EXPECT_EQ(pixels[c.left], background);
         EXPECT_EQ(pixels[kWidth * kHeight - 1], background);
         if (c.left > 0) {
             EXPECT_EQ(pixels[c.left - 1], kUnpainted); // only the item's rectangle
         }
-        int firstInk = -1, textPixels = 0;
-        for (int x = c.left; x < kWidth; ++x)
+        int firstInk = -1, textPixels = 0, pictureCorner = -1, picturePixels = 0;
+        for (int x = 0; x < kWidth; ++x)
             for (int y = 0; y < kHeight; ++y) {
                 const DWORD pixel = pixels[y * kWidth + x] & 0xFFFFFF;
+                if (pixel == kPictureColour && picturePixels++ == 0)
+                    pictureCorner = y * kWidth + x;
                 textPixels += pixel == asPixel(c.text);
-                if (pixel != background && firstInk < 0)
+                if (x >= c.left && pixel != background && pixel != kPictureColour && firstInk < 0)
                     firstInk = x;
             }
-        EXPECT_GE(firstInk, c.left + checkWidth); // no picture, no text in the check-mark space
+        EXPECT_EQ(picturePixels, pictureWidth * int(h.m_iconHeight));
+        EXPECT_EQ(pictureCorner, pictureWidth ? kPictureTop * kWidth + c.pictureLeft : -1);
+        EXPECT_GE(firstInk, c.left + checkWidth); // no text in the check-mark space
         EXPECT_LE(firstInk, c.left + checkWidth + 3);
         EXPECT_GT(textPixels, 20);
     }
