@@ -15,9 +15,8 @@ Fn Lookup(HMODULE module, const char* name)
 
 } // namespace
 
-CWow64FsRedirector::CWow64FsRedirector()
+CWow64FsRedirector::CWow64FsRedirector() : m_active(IsNativeOs64Bit())
 {
-    m_active = IsNativeOs64Bit();
     if (!m_active)
         return;
     m_kernel.reset(LoadLibraryW(L"Kernel32.dll"));

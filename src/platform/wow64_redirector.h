@@ -16,7 +16,7 @@ public:
 private:
     UniqueLibrary m_kernel;
     PVOID m_savedValue = nullptr;
-    bool m_active = false;
+    const bool m_active; // on a 64-bit system only
 };
 
 } // namespace quillet

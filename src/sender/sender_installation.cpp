@@ -84,7 +84,7 @@ DWORD ReadMenuOption()
         return 1;
     }
     BYTE data[4096] = {};
-    DWORD type = 0;
+    DWORD type = REG_NONE;
     DWORD size = sizeof(data);
     // A DWORD of another size is no setting the sender wrote.
     if (RegQueryValueExW(key.get(), kMenuOptionValue, nullptr, &type, data, &size) != ERROR_SUCCESS ||
