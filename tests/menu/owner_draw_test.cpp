@@ -108,10 +108,10 @@ TEST_F(OwnerDraw, PaintsBackgroundPictureAndCaptionAfterTheCheckMarkSpace)
         ASSERT_NE(GetSysColor(other), complement) << "system colour " << other;
 
     constexpr int kWidth = 360, kHeight = 30;
-    constexpr DWORD kUnpainted = 0x00010203;
     const auto asPixel = [](COLORREF c) { return DWORD(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c); };
     constexpr int kPictureHeight = 10, kPictureTop = 10;
-    constexpr DWORD kPicture = 0xFF40C020, kPictureColour = kPicture & 0xFFFFFF; // opaque
+    // kPicture is opaque: what the handler draws of it is its own colour.
+    constexpr DWORD kUnpainted = 0x00010203, kPicture = 0xFF40C020, kPictureColour = kPicture & 0xFFFFFF;
     const auto filled = [](int width, int height, DWORD pixel) {
         std::vector<BYTE> bits(size_t(width) * size_t(height) * 4);
         for (size_t i = 0; i < bits.size(); ++i)

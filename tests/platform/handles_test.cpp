@@ -33,6 +33,10 @@ TEST(Handles, OwnersReleaseExactlyOnceAndHandOver)
     }
     EXPECT_EQ(RegQueryValueExW(raw, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE)
         << "the key must be closed when its owner ends";
+
+    SetLastError(ERROR_SUCCESS);
+    UniqueFileHandle(nullptr).reset(); // owns nothing, so closes nothing and sets no error
+    EXPECT_EQ(GetLastError(), DWORD(ERROR_SUCCESS));
 }
 
 TEST(Handles, SelectionScopeRestoresThePreviousObject)
