@@ -6,8 +6,9 @@
 
 namespace quillet {
 
-// A 64-bit process has no redirection to turn off: Windows answers both calls with
-// ERROR_INVALID_FUNCTION, which is how a test sees that the scope asked for them.
+// A 64-bit process has no redirection to turn off: Wine answers both calls with
+// ERROR_INVALID_FUNCTION (64-bit Windows is said to as well; not seen here), which is how a
+// test sees that the scope asked for them.
 TEST(Wow64Redirector, AsksWindowsToTurnRedirectionOffAndBackOn)
 {
     SetLastError(ERROR_SUCCESS);
