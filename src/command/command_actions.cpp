@@ -19,7 +19,7 @@ constexpr ULONG kItemBatch = 64;
 // network.
 bool AnyFileSystemItem(IShellItemArray* items)
 {
-    SFGAOF attributes = 0;
+    SFGAOF attributes{};
     return items && SUCCEEDED(items->GetAttributes(SIATTRIBFLAGS_OR, SFGAO_FILESYSTEM, &attributes)) &&
            (attributes & SFGAO_FILESYSTEM) != 0;
 }

@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cwchar>
+#include <iterator>
 #include <string_view>
 
 #include "platform/handles.h"
@@ -40,7 +41,7 @@ public:
     {
         for (size_t number = 0; first != last; ++first, ++number) {
             char digits[20];
-            const char* const end = std::to_chars(digits, digits + 20, number).ptr;
+            const char* const end = std::to_chars(digits, std::end(digits), number).ptr;
             wchar_t line[21];
             size_t length = 0;
             for (const char* digit = digits; digit != end; ++digit)

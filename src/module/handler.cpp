@@ -55,7 +55,7 @@ STDMETHODIMP CSDKelMN::GetCommandString(UINT_PTR, UINT, UINT*, LPSTR, UINT)
 STDMETHODIMP CSDKelMN::HandleMenuMsg(UINT uMsg, WPARAM, LPARAM lParam)
 {
     return GuardedCall([&] {
-        LRESULT ignored = 0;
+        LRESULT ignored{};
         HandleMenuMessage(m_menu, Resources(), uMsg, lParam, &ignored);
         return S_OK;
     });

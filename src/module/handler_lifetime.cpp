@@ -6,7 +6,7 @@
 
 namespace quillet {
 
-std::atomic<ULONG_PTR> g_gdiplusToken{0};
+std::atomic<ULONG_PTR> g_gdiplusToken{};
 
 CSDKelMN::CSDKelMN()
 {

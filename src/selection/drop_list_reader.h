@@ -44,12 +44,12 @@ private:
     bool FindNames(const Unit* units, size_t count, size_t wholeUnits);
     std::wstring_view NameText(const Name& name);
 
-    bool m_present = false;
-    bool m_wide = false;
-    bool m_endsInsideBlock = false;
-    const char* m_ansi = nullptr;
-    const wchar_t* m_wideUnits = nullptr;
-    size_t m_unitCount = 0;
+    bool m_present{};
+    bool m_wide{};
+    bool m_endsInsideBlock{};
+    const char* m_ansi{};
+    const wchar_t* m_wideUnits{};
+    size_t m_unitCount{};
     std::vector<wchar_t> m_wideCopy; // the list when it is misaligned or ends mid-character
     std::vector<Name> m_names;
     std::vector<wchar_t> m_converted; // the ANSI name converted last

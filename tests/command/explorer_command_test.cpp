@@ -48,10 +48,11 @@ std::wstring TakeString(const auto& method)
 }
 
 struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
+enum class Enumerator { Reporting, Missing, Silent };
 
 // Shell items that are nothing but their paths, served in batches as Explorer's array does, but
-// hostile: every other batch is reported one item longer than it is, and the enumerator may be
-// missing.
+// hostile: every other batch is reported one item longer than it is, an item no one may take lies
+// just past what is reported, and the enumerator may be missing or never report a count.
 class PathItems final : public Counted<ArrayAndEnumerator> {
     class Item final : public Counted<IShellItem> {
     public:
@@ -75,7 +76,8 @@ class PathItems final : public Counted<ArrayAndEnumerator> {
     };
 
 public:
-    PathItems(std::vector<std::wstring> paths, bool enumerator) : m_enumerator(enumerator), m_paths(std::move(paths)) {}
+    PathItems(std::vector<std::wstring> paths, Enumerator enumerator)
+        : m_enumerator(enumerator), m_paths(std::move(paths)) {}
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
     {
         *ppv = nullptr;
@@ -99,15 +101,18 @@ public:
     STDMETHODIMP EnumItems(IEnumShellItems** items) override
     {
         m_next = m_batches = 0;
-        return m_enumerator ? QueryInterface(IID_PPV_ARGS(items)) : S_OK;
+        return m_enumerator != Enumerator::Missing ? QueryInterface(IID_PPV_ARGS(items)) : S_OK;
     }
     STDMETHODIMP Next(ULONG wanted, IShellItem** items, ULONG* fetched) override
     {
         ULONG count = 0;
         for (; count < wanted && m_next < m_paths.size(); ++count)
             items[count] = new Item(m_paths[m_next++]);
-        if (fetched)
-            *fetched = count + (m_batches++ % 2 == 0);
+        const ULONG reported = count + (m_batches++ % 2 == 0);
+        if (reported < wanted)
+            items[reported] = new Item(L"C:\\not handed over");
+        if (fetched && m_enumerator == Enumerator::Reporting)
+            *fetched = reported;
         return count == wanted ? S_OK : S_FALSE;
     }
     STDMETHODIMP Skip(ULONG) override { return E_NOTIMPL; }
@@ -116,11 +121,11 @@ public:
 
 private:
     size_t m_next = 0, m_batches = 0;
-    const bool m_enumerator;
+    const Enumerator m_enumerator;
     const std::vector<std::wstring> m_paths;
 };
 
-ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths, bool enumerator = true)
+ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths, Enumerator enumerator = Enumerator::Reporting)
 {
     ComPtr<IShellItemArray> items;
     items.Attach(new PathItems(std::move(paths), enumerator));
@@ -223,42 +228,29 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
 TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)
 {
     enum class Sender { Installed, NoFile, Unregistered };
-    enum class Items { File, Folder, Shortcut, VirtualOnly, VirtualThenFile, Empty, None };
-    const struct { std::optional<DWORD> menuOption; Sender sender; Items items; EXPCMDSTATE state; } cases[] = {
-        {std::nullopt, Sender::Installed, Items::File, ECS_ENABLED},
-        {1, Sender::Installed, Items::Folder, ECS_ENABLED},
-        {2, Sender::Installed, Items::Shortcut, ECS_ENABLED},
-        {std::nullopt, Sender::Installed, Items::VirtualThenFile, ECS_ENABLED}, // one path is enough
-        {0, Sender::Installed, Items::File, ECS_HIDDEN},
-        {std::nullopt, Sender::NoFile, Items::File, ECS_HIDDEN},
-        {std::nullopt, Sender::Unregistered, Items::File, ECS_HIDDEN},
-        {std::nullopt, Sender::Installed, Items::VirtualOnly, ECS_HIDDEN}, // This PC, Control Panel
-        {std::nullopt, Sender::Installed, Items::Empty, ECS_HIDDEN},
-        {std::nullopt, Sender::Installed, Items::None, ECS_HIDDEN},
-    };
     const std::wstring shortcut = temp.folder.Shortcut(L"item.lnk", file);
+    const std::optional<DWORD> unset;
+    const struct { std::optional<DWORD> menuOption; Sender sender; ComPtr<IShellItemArray> items; EXPCMDSTATE state; }
+        cases[] = {
+        {unset, Sender::Installed, ItemArray({file}), ECS_ENABLED},
+        {1, Sender::Installed, ItemArray({folder}), ECS_ENABLED},
+        {2, Sender::Installed, ItemArray({shortcut}), ECS_ENABLED},
+        {unset, Sender::Installed, ItemArray({kThisPc, kControlPanel, file}), ECS_ENABLED}, // one path is enough
+        {0, Sender::Installed, ItemArray({file}), ECS_HIDDEN},
+        {unset, Sender::NoFile, ItemArray({file}), ECS_HIDDEN},
+        {unset, Sender::Unregistered, ItemArray({file}), ECS_HIDDEN},
+        {unset, Sender::Installed, ItemArray({kThisPc, kControlPanel}), ECS_HIDDEN},
+        {unset, Sender::Installed, PathArray({}), ECS_HIDDEN}, // Wine makes no empty array; Explorer has passed one
+        {unset, Sender::Installed, nullptr, ECS_HIDDEN},
+    };
     for (const auto& c : cases) {
         const int row = static_cast<int>(&c - cases);
-        if (c.menuOption)
-            menuOption.SetDword(*c.menuOption);
-        else
-            menuOption.Delete();
+        c.menuOption ? menuOption.SetDword(*c.menuOption) : menuOption.Delete();
         FakeSender sender(c.sender != Sender::NoFile, std::nullopt, c.sender != Sender::Unregistered);
-        std::vector<std::wstring> names;
-        if (c.items == Items::VirtualOnly || c.items == Items::VirtualThenFile)
-            names = {kThisPc, kControlPanel};
-        if (c.items == Items::File || c.items == Items::VirtualThenFile)
-            names.push_back(file);
-        else if (c.items == Items::Folder || c.items == Items::Shortcut)
-            names.push_back(c.items == Items::Folder ? folder : shortcut);
-        // Wine makes no empty array; Explorer has been seen to pass one.
-        ComPtr<IShellItemArray> items = c.items == Items::Empty ? PathArray({}) : nullptr;
-        if (!names.empty())
-            items = ItemArray(names);
         // Explorer asks on its UI thread first, and again off it only if told E_PENDING.
         for (const BOOL okToBeSlow : {FALSE, TRUE}) {
             EXPCMDSTATE state = static_cast<EXPCMDSTATE>(-1);
-            EXPECT_EQ(NewCommand()->GetState(items.Get(), okToBeSlow, &state), S_OK) << "row " << row;
+            EXPECT_EQ(NewCommand()->GetState(c.items.Get(), okToBeSlow, &state), S_OK) << "row " << row;
             EXPECT_EQ(state, c.state) << "row " << row << ", okToBeSlow " << okToBeSlow;
         }
     }
@@ -313,7 +305,8 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
     const struct { ComPtr<IShellItemArray> items; HRESULT result; } cases[] = {
         {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG},
         {PathArray({}), E_INVALIDARG},
-        {PathArray({file}, false), E_INVALIDARG}, // EnumItems succeeds, but with no enumerator
+        {PathArray({file}, Enumerator::Missing), E_INVALIDARG}, // EnumItems succeeds, but with no enumerator
+        {PathArray({file}, Enumerator::Silent), E_INVALIDARG},  // items handed over, none reported
         {nullptr, E_INVALIDARG},
         {ItemArray({file}), S_OK}, // the sender does start for a file
     };

@@ -112,20 +112,14 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     GetCurrentDirectoryW(MAX_PATH, hostFolder);
     ASSERT_TRUE(SetCurrentDirectoryW(current.path.c_str()));
 
-    const struct {
-        const char* what;
-        std::optional<std::wstring> path; // nothing: no value
-    } cases[] = {
+    const struct { const char* what; std::optional<std::wstring> path; } cases[] = { // path: nothing for no value
         {"no Path value", std::nullopt},
         {"an empty Path", L""},
         {"a relative Path", L"Pelloc"},
         {"a Path rooted on no drive", L"\\"},
     };
     for (const auto& c : cases) {
-        if (c.path)
-            sender.SetString(*c.path);
-        else
-            sender.Delete();
+        c.path ? sender.SetString(*c.path) : sender.Delete();
         ComPtr<IShellExtInit> init;
         ComPtr<IContextMenu3> menu = NewHandler(&init);
         ASSERT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({item})).Get(), nullptr), S_OK);

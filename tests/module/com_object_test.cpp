@@ -6,6 +6,7 @@
 #include <optional>
 #include <thread>
 
+#include "module/handler_objects.h"
 #include "quillet_idl.h"
 #include "support/environment.h"
 #include "support/module_library.h"
@@ -171,6 +172,12 @@ TEST_F(ComObject, AggregationOnlyForIUnknownAndTheOuterObjectOwnsIdentity)
     EXPECT_EQ(self->Release(), 1u);
     outer.inner = nullptr;
     EXPECT_EQ(inner->Release(), 0u);
+
+    // The creators check for themselves what the class object checks before calling them.
+    EXPECT_EQ(CreatePlainHandler(nullptr, IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(CreateAggregatedHandler(&outer, IID_IUnknown, nullptr), E_POINTER);
+    EXPECT_EQ(CreateAggregatedHandler(nullptr, IID_IUnknown, reinterpret_cast<void**>(&self)), E_INVALIDARG);
+    EXPECT_EQ(self, nullptr);
 }
 
 TEST_F(ComObject, EachObjectHoldsTheApartmentAndGivesItBack)

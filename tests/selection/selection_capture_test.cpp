@@ -8,6 +8,7 @@
 
 #include "common/drop_data_object.h"
 #include "platform/handles.h"
+#include "selection/drop_list_reader.h"
 #include "selection/selection_capture.h"
 #include "support/environment.h"
 
@@ -165,6 +166,7 @@ TEST_F(InitializeTest, DataObjectsOutOfTheOrdinary)
         EXPECT_EQ(m_paths, c.paths) << c.what;
         EXPECT_TRUE(!c.data || c.data->References() == 1) << c.what << ": medium not released";
     }
+    EXPECT_EQ(DropListReader(nullptr, 0).QueryFile(0xFFFFFFFF, nullptr, 0), 0u) << "a reader given no block";
 }
 
 } // namespace
