@@ -57,12 +57,7 @@ struct InstalledSender {
 
 // What the sender reported: its command line, its current folder, its window's show state with
 // its start-up flags and, when it could read the list, what it received ("1 file(s) and 2 folder(s)").
-struct SenderRecord {
-    std::wstring commandLine;
-    std::wstring currentDirectory;
-    std::string received;
-    std::string shown;
-};
+struct SenderRecord { std::wstring commandLine, currentDirectory; std::string received, shown; };
 
 // A plain start's: SW_SHOW without STARTF_USESHOWWINDOW, so the sender takes its default on purpose.
 inline const std::string kPlainStartShown = "5 flags 0";

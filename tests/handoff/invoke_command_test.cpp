@@ -66,15 +66,8 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
     constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO);
     constexpr DWORD kLong = sizeof(CMINVOKECOMMANDINFOEX);
-    const struct {
-        const char* form;
-        DWORD size;
-        LPCSTR verb;
-        LPCWSTR wideVerb;
-        int recorded;
-        bool accepted;
-        const wchar_t* caption = kCaption;
-    } cases[] = {
+    const struct { const char* form; DWORD size; LPCSTR verb; LPCWSTR wideVerb; int recorded; bool accepted;
+        const wchar_t* caption = kCaption; } cases[] = {
         {"offset 0", kShort, MAKEINTRESOURCEA(0), nullptr, 0, true},
         {"offset 0, 5 recorded", kShort, MAKEINTRESOURCEA(0), nullptr, 5, true},
         {"the recorded offset", kShort, MAKEINTRESOURCEA(5), nullptr, 5, true},

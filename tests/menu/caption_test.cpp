@@ -18,10 +18,8 @@ std::wstring NewCaption()
 
 TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
 {
-    const struct {
-        std::optional<std::string> language; // in config.ini; nothing: no config.ini
-        std::wstring caption;
-    } cases[] = {
+    // The language in config.ini; nothing: no config.ini.
+    const struct { std::optional<std::string> language; std::wstring caption; } cases[] = {
         {"ru", L"Переданы с помощью Pelloc"}, // the table's second "ru" section
         {"zh-CN", L"以Pelloc 传输"},
         {"zh-TW", L"以Pelloc 傳輸"},

@@ -39,13 +39,8 @@ TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
     // At the PNG's own 240 DPI the picture is drawn unscaled: the PNG as decoded, pixel for pixel.
     UniqueBitmap png = test::RequestedDpi() == 240 ? DecodedPng()
                                                    : LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON);
-    struct Picture {
-        const char* name;
-        void (*load)(MenuPresentation&, const MenuResources&);
-        UniqueBitmap MenuPresentation::*field;
-        UniqueBitmap fresh;
-        LONG side;
-    } pictures[] = {
+    struct Picture { const char* name; void (*load)(MenuPresentation&, const MenuResources&);
+        UniqueBitmap MenuPresentation::*field; UniqueBitmap fresh; LONG side; } pictures[] = {
         // The icon's side is the PNG's, a sixth of the DPI, on the scaled displays after Windows XP
         // (the picture is made for 240 DPI and scaled to any other); else the 16 x 16 bitmap's.
         {"icon", &LoadMenuIcon, &MenuPresentation::m_hbmpMenuIcon, png ? std::move(png) : FreshBitmap(IDB_MENU_ICON),

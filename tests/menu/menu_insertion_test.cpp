@@ -97,14 +97,9 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
     test::FakeSender sender;
     test::ScopedRegistryValue nativeView(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_64KEY);
     const DWORD zero = 0, two = 2;
-    const struct {
-        const char* what;
-        DWORD type;
-        const void* data; // nothing: no value
-        DWORD bytes;
-        bool nativeViewOnly;
-        bool shown;
-    } cases[] = {
+    // data null: no value.
+    const struct { const char* what; DWORD type; const void* data; DWORD bytes; bool nativeViewOnly; bool shown; }
+        cases[] = {
         {"missing", REG_NONE, nullptr, 0, false, true},
         {"0", REG_DWORD, &zero, 4, false, false},
         {"2", REG_DWORD, &two, 4, false, true},

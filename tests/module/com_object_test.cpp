@@ -3,15 +3,26 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
+#include <cstdlib>
+#include <new>
 #include <optional>
 #include <thread>
 
+#include "com/class_factory.h"
 #include "module/handler_objects.h"
 #include "quillet_idl.h"
 #include "support/environment.h"
 #include "support/module_library.h"
 
 using Microsoft::WRL::ComPtr;
+
+// While set, allocations with new (std::nothrow) fail in this program, where the module's code
+// linked in makes its objects with this replacement of the runtime's operator new.
+bool g_failAllocations = false;
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return g_failAllocations ? nullptr : std::malloc(size ? size : 1);
+}
 
 namespace quillet::test {
 namespace {
@@ -172,12 +183,23 @@ TEST_F(ComObject, AggregationOnlyForIUnknownAndTheOuterObjectOwnsIdentity)
     EXPECT_EQ(self->Release(), 1u);
     outer.inner = nullptr;
     EXPECT_EQ(inner->Release(), 0u);
+}
 
-    // The creators check for themselves what the class object checks before calling them.
+// The creators check for themselves what the class object checks before calling them; the module's
+// code is linked into this program too, so they are called directly.
+TEST(Creators, RefuseBadArgumentsAndAnswerAFailedAllocation)
+{
+    Outer outer;
+    IUnknown* self = &outer;
     EXPECT_EQ(CreatePlainHandler(nullptr, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(CreateAggregatedHandler(&outer, IID_IUnknown, nullptr), E_POINTER);
     EXPECT_EQ(CreateAggregatedHandler(nullptr, IID_IUnknown, reinterpret_cast<void**>(&self)), E_INVALIDARG);
     EXPECT_EQ(self, nullptr);
+    g_failAllocations = true;
+    EXPECT_EQ(CreatePlainHandler(nullptr, IID_IUnknown, reinterpret_cast<void**>(&self)), E_OUTOFMEMORY);
+    EXPECT_EQ(CreateAggregatedHandler(&outer, IID_IUnknown, reinterpret_cast<void**>(&self)), E_OUTOFMEMORY);
+    EXPECT_EQ(CreateClassFactory(&CreatePlainHandler, nullptr, &self), E_OUTOFMEMORY);
+    g_failAllocations = false;
 }
 
 TEST_F(ComObject, EachObjectHoldsTheApartmentAndGivesItBack)

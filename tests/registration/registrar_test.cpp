@@ -56,14 +56,8 @@ TEST_F(Registrar, RegistersAndUnregistersAsTheScriptSays)
     const LONG deleteRefused = RegDeleteTreeW(HKEY_CLASSES_ROOT, tooLong.c_str());
     ASSERT_NE(createRefused, ERROR_SUCCESS);
     ASSERT_NE(deleteRefused, ERROR_FILE_NOT_FOUND);
-    const struct {
-        const char* what;
-        Writes before;
-        RegistrarMode mode;
-        std::wstring body;
-        HRESULT result;
-        RegistryState after;
-    } cases[] = {
+    const struct { const char* what; Writes before; RegistrarMode mode; std::wstring body; HRESULT result;
+        RegistryState after; } cases[] = {
         {"nested keys and values; ForceRemove writes its key from scratch, other keys keep what others added",
          {{L"A\\Stale", L"", L"s"}, {L"A", L"Old", L"o"}, {L"B\\Theirs", L"", L"t"}, {L"B", L"Theirs", L"t"}},
          Register, L"ForceRemove A = s 'a' { val N = s 'n' C { D = s 'd' } } B = s 'b' E", S_OK,

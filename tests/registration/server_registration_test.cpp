@@ -103,13 +103,8 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
     };
     ITypeLib* none = nullptr;
     const HRESULT noTlbFile = LoadTypeLib((folder + L"\\Quillet.tlb").c_str(), &none);
-    const struct {
-        const char* what;
-        std::wstring path;
-        std::vector<Step> steps;
-        HRESULT result;
-        Outcome outcome;
-    } journeys[] = {
+    const struct { const char* what; std::wstring path; std::vector<Step> steps; HRESULT result; Outcome outcome; }
+        journeys[] = {
         {"register", ModulePath(), {Register}, S_OK, Registered},
         {"register over stale entries", ModulePath(), {Register, AddStale, Register}, S_OK, Registered},
         {"unregister", ModulePath(), {Register, AddStale, Unregister}, S_OK, Unregistered},

@@ -16,11 +16,8 @@ TEST(SenderDirectory, IsThePathValueWithOneSeparatorAppended)
 {
     test::ScopedRegistryValue value(HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue);
     const std::wstring full = L"C:\\" + std::wstring(256, L'q') + L"\\";
-    const struct {
-        std::optional<std::wstring> stored;
-        bool terminated; // else stored as binary: the registry may add a string's missing terminator
-        std::wstring directory;
-    } cases[] = {
+    // Not terminated: stored as binary, as the registry may add a string's missing terminator.
+    const struct { std::optional<std::wstring> stored; bool terminated; std::wstring directory; } cases[] = {
         {L"C:\\Program Files\\Pelloc", true, L"C:\\Program Files\\Pelloc\\"},
         {L"A:\\Program Files\\Pelloc\\", true, L"A:\\Program Files\\Pelloc\\\\"},
         {L"C:\\" + std::wstring(255, L'p'), true, L"C:\\" + std::wstring(255, L'p') + L"\\"},
