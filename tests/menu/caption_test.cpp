@@ -1,7 +1,22 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <new>
+
 #include "menu/caption.h"
 #include "menu_test_support.h"
+
+// While set, allocations in this program throw as when memory runs out: the module's code linked
+// in here allocates through this replacement of the runtime's operator new.
+bool g_failAllocations = false;
+void* operator new(std::size_t size)
+{
+    if (void* block = g_failAllocations ? nullptr : std::malloc(size ? size : 1))
+        return block;
+    throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace quillet {
 namespace {
@@ -63,6 +78,17 @@ TEST(MenuCaption, FallsBackToTheTablesLanguageThenToTheStringResource)
         ChooseCaption(table, c.wanted, GetModuleHandleW(nullptr), caption);
         EXPECT_EQ(std::wstring(caption), c.caption) << c.languages << " / " << c.appname << " / " << c.wanted;
     }
+}
+
+// A new handler never fails over its caption: running out of memory gives the plain one.
+TEST(MenuCaption, RunningOutOfMemoryGivesTheStringResource)
+{
+    const MenuResources resources = test::TestResources();
+    wchar_t caption[kCaptionLength] = L"#";
+    g_failAllocations = true;
+    ChooseMenuCaption(resources, caption);
+    g_failAllocations = false;
+    EXPECT_EQ(std::wstring(caption), L"File Transfer");
 }
 
 } // namespace

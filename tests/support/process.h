@@ -8,10 +8,8 @@
 
 namespace quillet::test {
 
-struct ProcessResult {
-    DWORD exitCode = 0xFFFFFFFF;
-    std::string output; // standard output and error, as bytes (the tools print UTF-8)
-};
+// output: standard output and error, as bytes (the tools print UTF-8).
+struct ProcessResult { DWORD exitCode = 0xFFFFFFFF; std::string output; };
 
 // commandLine is passed to CreateProcessW as it is; waits at most timeoutMs for the child, not for
 // the programs it starts.
