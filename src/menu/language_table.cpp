@@ -17,10 +17,14 @@ void LoadLanguageTable(HINSTANCE module, LPCWSTR resourceType, UINT resourceId, 
         return;
     const DWORD size = SizeofResource(module, info);
     HGLOBAL resource = LoadResource(module, info);
-    const void* bytes = resource ? LockResource(resource) : nullptr;
-    if (!bytes || size > kMaxTableBytes)
-        return;
+    if (const void* bytes = resource ? LockResource(resource) : nullptr)
+        ReadLanguageTable(bytes, size, table);
+}
 
+void ReadLanguageTable(const void* bytes, DWORD size, LanguageTable& table)
+{
+    if (size > kMaxTableBytes)
+        return;
     // One spare character: the text always ends in a zero, whatever the resource holds.
     std::wstring buffer(size / sizeof(wchar_t) + 1, L'\0');
     std::memcpy(buffer.data(), bytes, size);

@@ -13,6 +13,8 @@ using LanguageTable = std::map<std::wstring, std::map<std::wstring, std::wstring
 
 // Parses the UTF-16 table resource; a missing or oversized resource leaves the table empty.
 void LoadLanguageTable(HINSTANCE module, LPCWSTR resourceType, UINT resourceId, LanguageTable& table);
+// The same for the resource's bytes, with or without a byte-order mark.
+void ReadLanguageTable(const void* bytes, DWORD size, LanguageTable& table);
 // Parses table text (without the byte-order mark) into the table.
 void ParseLanguageTable(std::wstring_view text, LanguageTable& table);
 std::wstring GetValue(const LanguageTable& table, const std::wstring& section, const std::wstring& key,

@@ -80,6 +80,7 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
         {"wide verb, structure not 104 bytes", kShort, "other", kCaption, 0, false},
         // Only a code page that can spell the caption can pass it.
         {"narrow caption in the thread's code page", kShort, inCodePage, nullptr, 0, !lossy, accented},
+        {"empty narrow verb, empty caption", kShort, "", nullptr, 0, true, L""}, // converts to one character
     };
     size_t lists = 0;
     for (const auto& c : cases) {

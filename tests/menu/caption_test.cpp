@@ -50,6 +50,8 @@ TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
         test::FakeSender sender(true, c.language);
         EXPECT_EQ(NewCaption(), c.caption) << c.language.value_or("no config.ini");
     }
+    test::FakeSender longest(true, std::string(1000, 'x'));
+    EXPECT_EQ(ReadSenderLanguage(), std::wstring(999, L'x')) << "the language's buffer";
     test::FakeSender unregistered(true, "ru", false);
     EXPECT_EQ(NewCaption(), kEnglish) << "no sender folder";
 }

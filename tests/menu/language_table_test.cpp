@@ -8,9 +8,11 @@
 namespace quillet {
 namespace {
 
+// Tables as the resource holds them: rows without a size are read whole, without a byte-order mark.
 TEST(LanguageTable, LineRules)
 {
-    const struct { const wchar_t* text; LanguageTable table; } cases[] = {
+    const std::wstring padded = L"\xFEFFk=v\n" + std::wstring(500000, L' ');
+    const struct { const wchar_t* text; LanguageTable table; DWORD size = 0; } cases[] = {
         {L"early=before any section", {{L"", {{L"early", L"before any section"}}}}},
         // Keys and values keep their leading blanks; lines lose their trailing ones.
         {L"[one]trailing text\r\n  key = value \t\r\n", {{L"one", {{L"  key ", L" value"}}}}},
@@ -19,11 +21,14 @@ TEST(LanguageTable, LineRules)
         // A later value wins, across sections; a section without values is not kept.
         {L"[one]\nkey=first\n[two]\n[one]\nkey=second", {{L"one", {{L"key", L"second"}}}}},
         {L"last=kept as is  ", {{L"", {{L"last", L"kept as is  "}}}}},
+        // 999,999 bytes are the most a table may have; its byte-order mark is not part of the text.
+        {padded.c_str(), {{L"", {{L"k", L"v"}}}}, 999999},
+        {padded.c_str(), {}, 1000000},
     };
     for (const auto& c : cases) {
         LanguageTable table;
-        ParseLanguageTable(c.text, table);
-        EXPECT_EQ(table, c.table) << testing::PrintToString(std::wstring(c.text));
+        ReadLanguageTable(c.text, c.size ? c.size : DWORD(wcslen(c.text) * sizeof(wchar_t)), table);
+        EXPECT_EQ(table, c.table) << testing::PrintToString(std::wstring(c.text).substr(0, 60));
     }
 }
 

@@ -118,6 +118,8 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
         EXPECT_EQ(menu.count(), c.shown ? 4 : 3) << c.what;
         EXPECT_EQ(lastQueried.load(), c.shown ? menu.get() : nullptr) << c.what; // a hidden command claims no menu
     }
+    test::DeleteTree(HKEY_LOCAL_MACHINE, kSenderProfileKey, KEY_WOW64_32KEY);
+    EXPECT_EQ(ReadMenuOption(), 1u) << "no key";
 }
 
 TEST_F(QueryContextMenuTest, MissingSenderAddsNothingButTheMenuCountsAsFilled)
