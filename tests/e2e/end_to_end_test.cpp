@@ -29,8 +29,7 @@ protected:
     }
     std::string SenderReport() { return TakeReport(sender.folder).value_or("<the sender never reported>"); }
 
-    const TempFolder home{L"sender home"};
-    const TempFolder items{L"items"};
+    const TempFolder home{L"sender home"}, items{L"items"};
     const InstalledSender sender{home.path + L"\\sender"};
 };
 

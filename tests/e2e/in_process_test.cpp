@@ -64,16 +64,11 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
         threads.emplace_back([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             {
-                ComPtr<IClassFactory> ownFactory;
-                ComPtr<IShellExtInit> init;
-                if (module.GetClassObject(CLSID_FTKelMN, IID_PPV_ARGS(&ownFactory)) != S_OK ||
-                    ownFactory->CreateInstance(nullptr, IID_PPV_ARGS(&init)) != S_OK) {
-                    outcome.failures = -1;
-                } else {
-                    ComPtr<DropDataObject> data = DropDataObject::Create(dropList);
-                    for (; outcome.calls < 2 || GetTickCount64() < deadline; ++outcome.calls)
-                        outcome.failures += init->Initialize(nullptr, data.Get(), nullptr) != S_OK;
-                }
+                // Through a class object of its own; none made leaves no calls.
+                const ComPtr<IShellExtInit> init = module.Create<IShellExtInit>(CLSID_FTKelMN);
+                ComPtr<DropDataObject> data = DropDataObject::Create(dropList);
+                for (; init && (outcome.calls < 2 || GetTickCount64() < deadline); ++outcome.calls)
+                    outcome.failures += init->Initialize(nullptr, data.Get(), nullptr) != S_OK;
             }
             CoUninitialize();
         });
@@ -83,8 +78,7 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     // Lists torn by two threads at once do not always crash at once: look at every heap too, the
     // runtime's own among them.
     HANDLE heaps[64] = {};
-    const DWORD heapCount = GetProcessHeaps(64, heaps);
-    for (DWORD i = 0; i < heapCount && i < 64; ++i)
+    for (DWORD i = 0, count = GetProcessHeaps(64, heaps); i < count && i < 64; ++i)
         EXPECT_TRUE(HeapValidate(heaps[i], 0, nullptr)) << "heap " << i << " is damaged";
     for (const Outcome& outcome : outcomes) {
         EXPECT_EQ(outcome.failures, 0);
@@ -100,8 +94,7 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     const TempFolder current(L"downloads");
     const std::wstring root = L"C:\\";
     ASSERT_EQ(_wcsnicmp(current.path.c_str(), root.c_str(), 3), 0);
-    const std::wstring places[] = {current.path + L"\\", current.path + L"\\Pelloc\\", root};
-    ASSERT_TRUE(CreateDirectoryW(places[1].c_str(), nullptr));
+    const std::wstring places[] = {current.path + L"\\", current.Folder(L"Pelloc") + L"\\", root};
     const std::string ini = "[UI]\r\nlanguage=zh-CN\r\n";
     for (const std::wstring& place : places) {
         ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), (place + L"Pelloc.exe").c_str(),
@@ -152,17 +145,13 @@ std::pair<unsigned, unsigned> TopSlots()
 {
     constexpr int kProbes = 256; // more than the free slots this program leaves
     unsigned gdiTop = 0, handleTop = 0;
-    HBITMAP bitmaps[kProbes] = {};
-    HANDLE events[kProbes] = {};
+    UniqueBitmap bitmaps[kProbes]; // all held until the end: each probe takes a slot of its own
+    UniqueKernelHandle events[kProbes];
     for (int i = 0; i < kProbes; ++i) {
-        bitmaps[i] = CreateBitmap(1, 1, 1, 32, nullptr);
-        events[i] = CreateEventW(nullptr, TRUE, FALSE, nullptr);
-        gdiTop = std::max(gdiTop, static_cast<unsigned>(LOWORD(reinterpret_cast<ULONG_PTR>(bitmaps[i]))));
-        handleTop = std::max(handleTop, static_cast<unsigned>(reinterpret_cast<ULONG_PTR>(events[i])));
-    }
-    for (int i = 0; i < kProbes; ++i) {
-        DeleteObject(bitmaps[i]);
-        CloseHandle(events[i]);
+        bitmaps[i].reset(CreateBitmap(1, 1, 1, 32, nullptr));
+        events[i].reset(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        gdiTop = std::max(gdiTop, static_cast<unsigned>(LOWORD(reinterpret_cast<ULONG_PTR>(bitmaps[i].get()))));
+        handleTop = std::max(handleTop, static_cast<unsigned>(reinterpret_cast<ULONG_PTR>(events[i].get())));
     }
     return {gdiTop, handleTop};
 }
@@ -196,10 +185,7 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
         EXPECT_TRUE(result == TRUE && untouched == 777) << result << ", " << untouched;
         EXPECT_GT(measure.itemWidth, 0u);
         SelectionScope onSurface(dc.get(), surface.get());
-        DRAWITEMSTRUCT draw = {};
-        draw.hDC = dc.get();
-        draw.rcItem = {0, 0, 200, 24};
-        draw.itemState = (index & 2) ? ODS_SELECTED : 0;
+        DRAWITEMSTRUCT draw = {0, 0, 0, 0, UINT((index & 2) ? ODS_SELECTED : 0), nullptr, dc.get(), {0, 0, 200, 24}, 0};
         EXPECT_EQ(menu->HandleMenuMsg(WM_DRAWITEM, 0, reinterpret_cast<LPARAM>(&draw)), S_OK);
         EXPECT_EQ(GetPixel(dc.get(), 199, 23), GetSysColor(draw.itemState ? COLOR_HIGHLIGHT : COLOR_MENU));
         EXPECT_EQ(menu->InvokeCommand(nullptr), E_INVALIDARG);

@@ -67,8 +67,7 @@ void DropList(std::string_view input)
     Require(!comparable || count == DragQueryFileW(drop, 0xFFFFFFFF, nullptr, 0), "count as DragQueryFileW's");
     for (UINT index = 0; index <= std::min(count, 40u); ++index)
         for (const UINT size : {0u, 6u, 300u}) {
-            std::wstring mine(size + 1, L'#');
-            std::wstring theirs = mine;
+            std::wstring mine(size + 1, L'#'), theirs = mine;
             const UINT answer = reader.QueryFile(index, mine.data(), size);
             Require(mine[size] == L'#', "name written past the buffer");
             Require(!comparable || (answer == DragQueryFileW(drop, index, theirs.data(), size) && mine == theirs &&
@@ -96,8 +95,7 @@ void Verb(std::string_view input)
     const test::GuardedBlock wideBlock(wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
     info.lpVerb = verb == kString ? reinterpret_cast<LPCSTR>(narrowBlock.Data()) : MAKEINTRESOURCEA(verb & 0xFFFF);
     info.lpVerbW = wideVerb == kString ? reinterpret_cast<LPCWSTR>(wideBlock.Data()) : MAKEINTRESOURCEW(wideVerb & 0xFFFF);
-    const bool extended = info.cbSize >= sizeof(info);
-    const test::GuardedBlock block(&info, extended ? sizeof(info) : sizeof(CMINVOKECOMMANDINFO));
+    const test::GuardedBlock block(&info, info.cbSize >= sizeof(info) ? sizeof(info) : sizeof(CMINVOKECOMMANDINFO));
     const bool accepted = AcceptsVerb(*reinterpret_cast<const CMINVOKECOMMANDINFO*>(block.Data()), kCaption, state);
 
     std::wstring converted(narrow.size(), L'\0');

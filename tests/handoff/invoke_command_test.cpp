@@ -29,7 +29,7 @@ protected:
     // A folder and a file of m_list selected, the folder first.
     HRESULT Invoke(const CMINVOKECOMMANDINFO* info, int recorded = 0, const wchar_t* caption = kCaption)
     {
-        m_items = {{1, m_list.path + L"\\folder"}, {0, m_list.path + L"\\file.txt"}};
+        m_items = {{1, m_list.path() + L"\\folder"}, {0, m_list.path() + L"\\file.txt"}};
         return RunCommand(info, caption, recorded, m_items);
     }
     // newSelection false: with whatever m_items holds.
@@ -41,13 +41,13 @@ protected:
     }
     std::string ExpectedList() const
     {
-        return test::Utf16Bytes(L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n0=" + m_list.path +
-                                L"\\file.txt\r\n\r\n[pathlist]\r\n0=" + m_list.path + L"\\folder\r\n");
+        return test::Utf16Bytes(L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n0=" + m_list.path() +
+                                L"\\file.txt\r\n\r\n[pathlist]\r\n0=" + m_list.path() + L"\\folder\r\n");
     }
 
-    test::TempFolder m_list{L"invoke list"}; // a blank in the list's name
-    test::TempFolder m_plain{L"plain"};      // none: Wine would quote a sender's path with one
-    test::ScopedTemp m_temp{m_list.path};
+    test::TempFolder m_plain{L"plain"}; // no blank: Wine would quote a sender's path with one
+    // A blank in the list's name; made after m_plain, which would land in it otherwise.
+    test::RedirectedTempFolder m_list{L"invoke list"};
     test::ScopedRegistryValue m_noSender{HKEY_LOCAL_MACHINE, kSenderAppPathsKey, kSenderPathValue};
     SelectedItems m_items;
 };
@@ -57,15 +57,13 @@ protected:
 TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLetterCase)
 {
     const wchar_t accented[] = L"Envoy\u00E9 \u00E0 Pelloc";
-    const LPCSTR highCaption = HighPageText("send with PELLOC");
-    const LPCSTR highOther = HighPageText("Send");
+    const LPCSTR highCaption = HighPageText("send with PELLOC"), highOther = HighPageText("Send");
     ASSERT_TRUE(highCaption && highOther);
     ASSERT_EQ(reinterpret_cast<UINT_PTR>(highOther) & 0xFFFF0000u, 0u);
     char inCodePage[64] = {};
     BOOL lossy = FALSE;
     ASSERT_GT(WideCharToMultiByte(CP_THREAD_ACP, 0, accented, -1, inCodePage, 64, nullptr, &lossy), 0);
-    constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO);
-    constexpr DWORD kLong = sizeof(CMINVOKECOMMANDINFOEX);
+    constexpr DWORD kShort = sizeof(CMINVOKECOMMANDINFO), kLong = sizeof(CMINVOKECOMMANDINFOEX);
     const struct { const char* form; DWORD size; LPCSTR verb; LPCWSTR wideVerb; int recorded; bool accepted;
         const wchar_t* caption = kCaption; } cases[] = {
         {"offset 0", kShort, MAKEINTRESOURCEA(0), nullptr, 0, true},
@@ -92,11 +90,11 @@ TEST_F(InvokeCommandTest, AcceptsOffsetZeroTheRecordedOffsetAndTheCaptionInAnyLe
                   c.accepted ? S_OK : E_INVALIDARG)
             << c.form;
         EXPECT_EQ(m_items.empty(), c.accepted) << c.form;
-        EXPECT_EQ(test::ListFiles(m_list.path).size(), lists += c.accepted) << c.form;
+        EXPECT_EQ(test::ListFiles(m_list.path()).size(), lists += c.accepted) << c.form;
     }
     EXPECT_EQ(Invoke(nullptr), E_INVALIDARG);
     EXPECT_EQ(m_items.size(), 2u);
-    for (const std::wstring& list : test::ListFiles(m_list.path))
+    for (const std::wstring& list : test::ListFiles(m_list.path()))
         EXPECT_EQ(test::ReadFileBytes(list), ExpectedList());
 }
 
@@ -104,9 +102,9 @@ TEST_F(InvokeCommandTest, NoListWrittenIsInvalidArgAndSpendsTheSelection)
 {
     ASSERT_EQ(InvokeOffset0(), S_OK);
     EXPECT_EQ(InvokeOffset0(false), E_INVALIDARG) << "again without a new selection";
-    EXPECT_EQ(test::ListFiles(m_list.path).size(), 1u);
+    EXPECT_EQ(test::ListFiles(m_list.path()).size(), 1u);
 
-    const test::ScopedTemp missing(m_list.path + L"\\missing");
+    const test::ScopedTemp missing(m_list.path() + L"\\missing");
     EXPECT_EQ(InvokeOffset0(), E_INVALIDARG) << "no temporary folder";
     EXPECT_TRUE(m_items.empty());
 }
@@ -127,10 +125,9 @@ protected:
 TEST_F(SenderLaunchTest, SenderGetsItsPathAndTheQuotedListNameCutTo519Characters)
 {
     ASSERT_EQ(m_plain.path.find(L' '), std::wstring::npos);
-    const std::wstring longList = m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L't');
-    ASSERT_TRUE(CreateDirectoryW(longList.c_str(), nullptr));
+    const std::wstring longList = m_plain.Folder(std::wstring(239 - m_plain.path.size(), L't'));
     const struct { std::wstring sender, list; } cases[] = {
-        {m_plain.path + L"\\sender", m_list.path},
+        {m_plain.path + L"\\sender", m_list.path()},
         {m_plain.path + L"\\" + std::wstring(239 - m_plain.path.size(), L's'), longList}, // 240 each
     };
     for (const auto& c : cases) {
@@ -157,10 +154,9 @@ TEST_F(SenderLaunchTest, AProgramAtTheFirstBlankOfTheSendersPathIsNeverStarted)
     const auto record = Launch(folder);
 
     ASSERT_TRUE(record) << "the registered sender did not start";
-    const std::vector<std::wstring> lists = test::ListFiles(m_list.path);
+    const std::vector<std::wstring> lists = test::ListFiles(m_list.path());
     ASSERT_EQ(lists.size(), 1u);
-    const std::wstring argument = L" /transferfilelist=\"" + lists[0] + L"\"";
-    const std::wstring sender = folder + L"\\Pelloc.exe";
+    const std::wstring argument = L" /transferfilelist=\"" + lists[0] + L"\"", sender = folder + L"\\Pelloc.exe";
     // Wine quotes an unquoted program path on the way; Windows hands the line over as it was.
     EXPECT_TRUE(record->commandLine == sender + argument || record->commandLine == L"\"" + sender + L"\"" + argument)
         << testing::PrintToString(record->commandLine);
@@ -176,14 +172,13 @@ TEST_F(SenderLaunchTest, RetriesThroughTheShellFromVistaOn)
     const ProcessStarter refused = [](const wchar_t*, wchar_t*) { return ++offered < 0; };
     m_noSender.SetString(m_plain.path); // registered, but no program there: nothing to start
     EXPECT_TRUE(LaunchSender(L"C:\\a list.tmp", refused) && offered == 0);
-    const std::wstring folder = m_list.path + L"\\send er";
-    const test::InstalledSender sender(folder);
+    const test::InstalledSender sender(m_list.path() + L"\\send er");
     const bool xp = test::RequestedWindowsVersion() == "winxp";
 
     EXPECT_FALSE(LaunchSender(nullptr, refused));
     ASSERT_TRUE(LaunchSender(L"C:\\a list.tmp", refused));
 
-    const auto record = test::TakeRecord(folder, xp ? 1000 : 20000);
+    const auto record = test::TakeRecord(sender.folder, xp ? 1000 : 20000);
     ASSERT_EQ(record.has_value(), !xp);
     if (!xp) {
         EXPECT_EQ(test::SplitCommandLine(record->commandLine),

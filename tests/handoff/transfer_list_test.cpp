@@ -14,9 +14,8 @@ const std::wstring kFolders = L"\r\n[pathlist]\r\n";
 
 class TransferListTest : public ::testing::Test {
 protected:
-    test::TempFolder m_folder{L"transfer-list"};
-    test::ScopedTemp m_temp{m_folder.path};
-    const std::wstring m_file = m_folder.path + L"\\list.tmp";
+    test::RedirectedTempFolder m_folder{L"transfer-list"};
+    const std::wstring m_file = m_folder.path() + L"\\list.tmp";
 };
 
 TEST_F(TransferListTest, WritesFilesThenFoldersEachNumberedFromZero)
@@ -31,12 +30,10 @@ TEST_F(TransferListTest, WritesFilesThenFoldersEachNumberedFromZero)
     }
     const std::wstring nonLatin = L"C:\\\u6587\u6863\\\u00DCber caf\u00E9 \U0001F600.txt";
     const struct { const char* what; SelectedItems items; std::wstring expected; } cases[] = {
-        {"files only",
-         {{0, L"C:\\a.txt"}, {0, nonLatin}},
+        {"files only", {{0, L"C:\\a.txt"}, {0, nonLatin}},
          kHeader + L"0=C:\\a.txt\r\n1=" + nonLatin + L"\r\n" + kFolders},
         {"folders only", {{1, L"C:\\x"}, {1, L"D:"}}, kHeader + kFolders + L"0=C:\\x\r\n1=D:\r\n"},
-        {"mixed, folder first",
-         {{1, L"C:\\dir"}, {0, L"C:\\f1"}, {2, L"E:\\"}, {0, L"C:\\f2"}},
+        {"mixed, folder first", {{1, L"C:\\dir"}, {0, L"C:\\f1"}, {2, L"E:\\"}, {0, L"C:\\f2"}},
          kHeader + L"0=C:\\f1\r\n1=C:\\f2\r\n" + kFolders + L"0=C:\\dir\r\n1=E:\\\r\n"},
         {"many", many, kHeader + manyFiles + kFolders + manyFolders},
     };
@@ -53,8 +50,8 @@ TEST_F(TransferListTest, WritesNothingWithoutItemsOrAUsableName)
     EXPECT_FALSE(WriteTransferList(none, m_file.c_str()));
     EXPECT_EQ(GetFileAttributesW(m_file.c_str()), INVALID_FILE_ATTRIBUTES) << "file made for an empty selection";
 
-    const std::wstring inMissingFolder = m_folder.path + L"\\missing\\list.tmp";
-    const wchar_t* const names[] = {nullptr, L"", m_folder.path.c_str(), inMissingFolder.c_str()};
+    const std::wstring inMissingFolder = m_folder.path() + L"\\missing\\list.tmp";
+    const wchar_t* const names[] = {nullptr, L"", m_folder.path().c_str(), inMissingFolder.c_str()};
     for (const wchar_t* name : names) {
         SelectedItems some = {{0, L"C:\\a"}};
         EXPECT_FALSE(WriteTransferList(some, name)) << testing::PrintToString(name);
@@ -65,7 +62,7 @@ TEST_F(TransferListTest, TempFileNameIsFreshInTheTemporaryFolder)
 {
     const std::wstring name = MakeTempFileName(L"~ft");
 
-    const std::wstring prefix = m_folder.path + L"\\~ft";
+    const std::wstring prefix = m_folder.path() + L"\\~ft";
     ASSERT_GT(name.size(), prefix.size() + 4);
     EXPECT_EQ(name.substr(0, prefix.size()), prefix);
     EXPECT_EQ(name.substr(name.size() - 4), L".tmp");

@@ -33,10 +33,7 @@ protected:
         lstrcpyW(presentation.m_menuCaption, L"Send with Pelloc");
         option.Delete();
     }
-    HRESULT Query(const TestMenu& menu, UINT flags = CMF_NORMAL, UINT index = 1)
-    {
-        return Query(presentation, menu.get(), flags, index);
-    }
+    HRESULT Query(const TestMenu& menu, UINT flags = CMF_NORMAL) { return Query(presentation, menu.get(), flags); }
     HRESULT Query(MenuPresentation& of, HMENU menu, UINT flags = CMF_NORMAL, UINT index = 1, UINT first = kIdCmdFirst)
     {
         return InsertMenuCommand(of, test::TestResources(), lastQueried, menu, index, first, flags);

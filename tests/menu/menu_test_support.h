@@ -46,8 +46,7 @@ inline std::vector<DWORD> TopDownPixels(HBITMAP bitmap)
     BITMAP facts = {};
     if (!bitmap || !GetObjectW(bitmap, sizeof(facts), &facts))
         return {};
-    BITMAPINFO info = {};
-    info.bmiHeader = {sizeof(BITMAPINFOHEADER), facts.bmWidth, -facts.bmHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), facts.bmWidth, -facts.bmHeight, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
     std::vector<DWORD> pixels(static_cast<size_t>(facts.bmWidth) * static_cast<size_t>(facts.bmHeight));
     UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
     GetDIBits(dc.get(), bitmap, 0, static_cast<UINT>(facts.bmHeight), pixels.data(), &info, DIB_RGB_COLORS);

@@ -77,8 +77,7 @@ TEST_F(OwnerDraw, MeasuresCheckMarkSpacePlusCaption)
 TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
 {
     MEASUREITEMSTRUCT item = {ODT_MENU, 0, kItemId + 1, 11, 22, 33};
-    DRAWITEMSTRUCT draw = {};
-    draw.itemID = kItemId + 1;
+    DRAWITEMSTRUCT draw = {0, 0, kItemId + 1, 0, 0, nullptr, nullptr, {}, 0};
     LRESULT result = kUntouched;
     Send(WM_MEASUREITEM, &item, &result);
     Send(WM_DRAWITEM, &draw, &result);
@@ -100,16 +99,14 @@ TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
 // never moves with the item's left edge.
 TEST_F(OwnerDraw, PaintsBackgroundPictureAndCaptionAfterTheCheckMarkSpace)
 {
-    const COLORREF text = RGB(0x30, 0x70, 0x10);
-    const COLORREF complement = RGB(0xCF, 0x8F, 0xEF);
+    const COLORREF text = RGB(0x30, 0x70, 0x10), complement = RGB(0xCF, 0x8F, 0xEF);
     ScopedMenuTextColour menuText(text);
     ASSERT_EQ(GetSysColor(COLOR_MENUTEXT), text);
     for (const int other : {COLOR_HIGHLIGHTTEXT, COLOR_HIGHLIGHT, COLOR_MENU})
         ASSERT_NE(GetSysColor(other), complement) << "system colour " << other;
 
-    constexpr int kWidth = 360, kHeight = 30;
+    constexpr int kWidth = 360, kHeight = 30, kPictureHeight = 10, kPictureTop = 10;
     const auto asPixel = [](COLORREF c) { return DWORD(GetRValue(c)) << 16 | GetGValue(c) << 8 | GetBValue(c); };
-    constexpr int kPictureHeight = 10, kPictureTop = 10;
     // kPicture is opaque: what the handler draws of it is its own colour.
     constexpr DWORD kUnpainted = 0x00010203, kPicture = 0xFF40C020, kPictureColour = kPicture & 0xFFFFFF;
     const auto filled = [](int width, int height, DWORD pixel) {

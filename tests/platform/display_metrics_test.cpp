@@ -10,8 +10,7 @@ namespace {
 TEST(DisplayScale, MeasuredScaleFollowsTheDisplayDpi)
 {
     const int dpi = test::RequestedDpi() ? test::RequestedDpi() : 96;
-    DisplayScale scale;
-    scale.secondDpi = 1234; // never written by the measurement
+    DisplayScale scale{.secondDpi = 1234}; // never written by the measurement
     MeasureDisplayScale(scale, true);
     EXPECT_EQ(scale.dpi, static_cast<std::uint32_t>(dpi));
     EXPECT_EQ(scale.percent, dpi * 100 / 96);
@@ -21,9 +20,7 @@ TEST(DisplayScale, MeasuredScaleFollowsTheDisplayDpi)
 
 TEST(DisplayScale, WithoutMeasuringItIsAlwaysUnscaled)
 {
-    DisplayScale scale;
-    scale.percent = 7;
-    scale.scaled = true;
+    DisplayScale scale{.percent = 7, .scaled = true};
     MeasureDisplayScale(scale, false);
     EXPECT_EQ(scale.dpi, 96u);
     EXPECT_EQ(scale.percent, 100);

@@ -19,9 +19,8 @@ TEST(Handles, OwnersReleaseExactlyOnceAndHandOver)
         second = moved.get();
         EXPECT_EQ(GetObjectType(first), 0u) << "reset frees the object it replaces";
         EXPECT_EQ(GetObjectType(second), static_cast<DWORD>(OBJ_BITMAP));
-        HBITMAP raw = moved.release();
+        UniqueBitmap again(moved.release());
         EXPECT_FALSE(moved);
-        UniqueBitmap again(raw);
     }
     EXPECT_EQ(GetObjectType(second), 0u);
 

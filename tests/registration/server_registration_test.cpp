@@ -42,29 +42,22 @@ enum Outcome { Unregistered, HandlerKeys, Classes, Registered };
 RegistryState Expected(Outcome outcome, const std::wstring& module)
 {
     RegistryState state = kUnregistered;
-    for (const std::wstring& kind : kHandledKinds) {
-        if (outcome >= HandlerKeys)
+    if (outcome >= HandlerKeys)
+        for (const std::wstring& kind : kHandledKinds)
             state.insert(kind + kHandlers + L"FTKel @='" + kClsid + L"'");
-    }
-    if (outcome >= Classes) {
+    if (outcome >= Classes)
         state.insert({
-            L"Quillet.FTKelMN.1 @='FTKelMN Class'",
-            L"Quillet.FTKelMN.1\\CLSID @='" + kClsid + L"'",
-            L"Quillet.FTKelMN @='FTKelMN Class'",
-            L"Quillet.FTKelMN\\CLSID @='" + kClsid + L"'",
+            L"Quillet.FTKelMN.1 @='FTKelMN Class'", L"Quillet.FTKelMN.1\\CLSID @='" + kClsid + L"'",
+            L"Quillet.FTKelMN @='FTKelMN Class'", L"Quillet.FTKelMN\\CLSID @='" + kClsid + L"'",
             L"Quillet.FTKelMN\\CurVer @='Quillet.FTKelMN.1'",
-            kClassKey + L" @='FTKelMN Class'",
-            kClassKey + L"\\ProgID @='Quillet.FTKelMN.1'",
-            kClassKey + L"\\VersionIndependentProgID @='Quillet.FTKelMN'",
-            kClassKey + L"\\Programmable",
+            kClassKey + L" @='FTKelMN Class'", kClassKey + L"\\ProgID @='Quillet.FTKelMN.1'",
+            kClassKey + L"\\VersionIndependentProgID @='Quillet.FTKelMN'", kClassKey + L"\\Programmable",
             kClassKey + L"\\InprocServer32 @='" + module + L"' ThreadingModel='Apartment'",
             kClassKey + L"\\TypeLib @='{30DD7C9C-949D-45E9-B5D1-18A15B569313}'",
         });
-    }
-    if (outcome >= Registered) {
-        state.insert(kTypeLibKey + L"\\0\\win64 @='" + module + L"'");
-        state.insert(kTypeLibKey + L"\\HELPDIR @='" + module.substr(0, module.find_last_of(L'\\')) + L"'");
-    }
+    if (outcome >= Registered)
+        state.insert({kTypeLibKey + L"\\0\\win64 @='" + module + L"'",
+                      kTypeLibKey + L"\\HELPDIR @='" + module.substr(0, module.find_last_of(L'\\')) + L"'"});
     return state;
 }
 

@@ -28,11 +28,6 @@ ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value) :
     SetEnvironmentVariableW(name, value.c_str());
 }
 
-ScopedVariable::~ScopedVariable()
-{
-    SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr);
-}
-
 std::wstring TempFolder::File(const std::wstring& name) const
 {
     EXPECT_TRUE(WriteFileBytes(path + L"\\" + name, "data", 4)) << testing::PrintToString(name);

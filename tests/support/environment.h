@@ -15,7 +15,7 @@ int RequestedDpi();
 class ScopedVariable {
 public:
     ScopedVariable(const wchar_t* name, const std::wstring& value);
-    ~ScopedVariable();
+    ~ScopedVariable() { SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr); }
     ScopedVariable(const ScopedVariable&) = delete;
     ScopedVariable& operator=(const ScopedVariable&) = delete;
 

@@ -11,8 +11,7 @@ class GuardedBlock {
 public:
     GuardedBlock(const void* bytes, size_t size, size_t slack = 0)
     {
-        const size_t page = 4096;
-        const size_t pages = (size + slack + page - 1) / page + 1;
+        const size_t page = 4096, pages = (size + slack + page - 1) / page + 1;
         m_base = static_cast<BYTE*>(VirtualAlloc(nullptr, pages * page, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
         DWORD old = 0;
         VirtualProtect(m_base + (pages - 1) * page, page, PAGE_NOACCESS, &old);

@@ -1,27 +1,11 @@
 #include "support/registry.h"
 
-#include <algorithm>
 #include <map>
 
 #include "platform/handles.h"
 
 namespace quillet::test {
 namespace {
-
-// Names of the key's subkeys, sorted.
-std::vector<std::wstring> SubKeyNames(HKEY key)
-{
-    std::vector<std::wstring> names;
-    for (DWORD index = 0;; ++index) {
-        wchar_t name[256];
-        DWORD length = 256;
-        if (RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
-            break;
-        names.emplace_back(name, length);
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
 
 void Collect(const std::wstring& path, RegistryState& state)
 {
@@ -44,8 +28,14 @@ void Collect(const std::wstring& path, RegistryState& state)
     for (const auto& [name, value] : values)
         line += L" " + name + L"=" + value;
     state.insert(line);
-    for (const std::wstring& subkey : SubKeyNames(key.get()))
-        Collect(path + L"\\" + subkey, state);
+    // The state is a set: the order subkeys come in does not matter.
+    for (DWORD index = 0;; ++index) {
+        wchar_t name[256];
+        DWORD length = 256;
+        if (RegEnumKeyExW(key.get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS)
+            break;
+        Collect(path + L"\\" + std::wstring(name, length), state);
+    }
 }
 
 } // namespace
