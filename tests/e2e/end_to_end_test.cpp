@@ -1,8 +1,6 @@
 // Right-click to sender through the registry, as Explorer would do it: regsvr32, the
 // Explorer-like host, the menu, the command, and what the stand-in sender received.
 #include <gtest/gtest.h>
-#include <shlobj.h>
-#include <wrl/client.h>
 
 #include <string>
 
@@ -10,8 +8,6 @@
 #include "support/environment.h"
 #include "support/module_library.h"
 #include "support/process.h"
-
-using Microsoft::WRL::ComPtr;
 
 namespace quillet::test {
 namespace {

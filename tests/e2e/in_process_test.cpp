@@ -25,17 +25,14 @@ namespace {
 
 class InProcess : public LoadedServer {
 protected:
-    InProcess() : LoadedServer(ModulePath(), CLSID_FTKelMN) {}
-    void SetUp() override
-    {
-        LoadedServer::SetUp();
-        sender.Delete(); // the sender is absent: nothing is started
-    }
+    InProcess() : LoadedServer(ModulePath(), CLSID_FTKelMN) { sender.Delete(); } // the sender is absent: nothing starts
 
-    ComPtr<IContextMenu3> NewHandler(ComPtr<IShellExtInit>* init = nullptr)
+    // A new handler given the selection in data; init is set to its IShellExtInit.
+    ComPtr<IContextMenu3> NewHandler(IDataObject* data, ComPtr<IShellExtInit>& init)
     {
         ComPtr<IContextMenu3> menu = Create<IContextMenu3>();
-        EXPECT_TRUE(!init || menu.As(init) == S_OK);
+        EXPECT_EQ(menu.As(&init), S_OK);
+        EXPECT_EQ(init->Initialize(nullptr, data, nullptr), S_OK);
         return menu;
     }
 
@@ -60,7 +57,7 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
     const ULONGLONG deadline = GetTickCount64() + 1000;
     struct Outcome { int calls = 0, failures = 0; } outcomes[4];
     std::vector<std::thread> threads;
-    for (Outcome& outcome : outcomes) {
+    for (Outcome& outcome : outcomes)
         threads.emplace_back([&] {
             CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
             {
@@ -72,7 +69,6 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
             }
             CoUninitialize();
         });
-    }
     for (std::thread& thread : threads)
         thread.join();
     // Lists torn by two threads at once do not always crash at once: look at every heap too, the
@@ -92,9 +88,9 @@ TEST_F(InProcess, SelectionsBuiltOnManyThreadsAtOnce)
 TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
 {
     const TempFolder current(L"downloads");
-    const std::wstring root = L"C:\\";
-    ASSERT_EQ(_wcsnicmp(current.path.c_str(), root.c_str(), 3), 0);
-    const std::wstring places[] = {current.path + L"\\", current.Folder(L"Pelloc") + L"\\", root};
+    ASSERT_EQ(_wcsnicmp(current.path.c_str(), L"C:\\", 3), 0);
+    // The host's current folder, a folder in it, and the drive's root.
+    const std::wstring places[] = {current.path + L"\\", current.Folder(L"Pelloc") + L"\\", L"C:\\"};
     const std::string ini = "[UI]\r\nlanguage=zh-CN\r\n";
     for (const std::wstring& place : places) {
         ASSERT_TRUE(CopyFileW((ProgramDirectory() + L"sample-sender.exe").c_str(), (place + L"Pelloc.exe").c_str(),
@@ -106,16 +102,13 @@ TEST_F(InProcess, APlantedSenderIsNeitherShownNorStarted)
     ASSERT_TRUE(SetCurrentDirectoryW(current.path.c_str()));
 
     const struct { const char* what; std::optional<std::wstring> path; } cases[] = { // path: nothing for no value
-        {"no Path value", std::nullopt},
-        {"an empty Path", L""},
-        {"a relative Path", L"Pelloc"},
-        {"a Path rooted on no drive", L"\\"},
+        {"no Path value", std::nullopt}, {"an empty Path", L""},
+        {"a relative Path", L"Pelloc"}, {"a Path rooted on no drive", L"\\"},
     };
     for (const auto& c : cases) {
         c.path ? sender.SetString(*c.path) : sender.Delete();
         ComPtr<IShellExtInit> init;
-        ComPtr<IContextMenu3> menu = NewHandler(&init);
-        ASSERT_EQ(init->Initialize(nullptr, DropDataObject::Create(WideDropFiles({item})).Get(), nullptr), S_OK);
+        ComPtr<IContextMenu3> menu = NewHandler(DropDataObject::Create(WideDropFiles({item})).Get(), init);
         HMENU popup = CreatePopupMenu();
         EXPECT_EQ(menu->QueryContextMenu(popup, 0, 1, 100, CMF_NORMAL), S_OK) << c.what;
         EXPECT_EQ(GetMenuItemCount(popup), 0) << c.what;
@@ -170,8 +163,7 @@ TEST_F(InProcess, SoakedInRightClickCyclesItGivesEverythingBack)
     // Create, Initialize, QueryContextMenu, measure and draw the item, invoke, release.
     const auto cycle = [&](int index) {
         ComPtr<IShellExtInit> init;
-        ComPtr<IContextMenu3> menu = NewHandler(&init);
-        ASSERT_EQ(init->Initialize(nullptr, data.Get(), nullptr), S_OK);
+        ComPtr<IContextMenu3> menu = NewHandler(data.Get(), init);
         // Another menu than the last one each time; the sender is absent, so no item is added.
         ASSERT_EQ(menu->QueryContextMenu(menus[index & 1], 0, 1, 100, CMF_NORMAL), S_OK);
         char help[64] = {};

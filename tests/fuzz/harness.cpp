@@ -56,7 +56,7 @@ void DropList(std::string_view input)
     // With the list said to close inside the block, DragQueryFileW walks the block itself: a wrong
     // claim faults. (Wine locks a pointer as a fixed block only when bit 1 of its address is clear,
     // so the answer itself is not compared.)
-    CountDropList(block.Drop(), reader);
+    CountDropList(reinterpret_cast<HDROP>(block.Data()), reader);
     const UINT count = reader.QueryFile(0xFFFFFFFF, nullptr, 0); // the count query
     std::vector<BYTE> padded(input.begin(), input.end());
     padded.resize(std::max(input.size(), sizeof(DROPFILES)) + 8);
@@ -172,5 +172,4 @@ int main()
     }
     for (auto& value : g_values)
         value.reset();
-    return 0;
 }

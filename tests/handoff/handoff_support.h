@@ -23,12 +23,10 @@ inline std::vector<std::wstring> ListFiles(const std::wstring& folder)
     std::vector<std::wstring> files;
     WIN32_FIND_DATAW found = {};
     const HANDLE search = FindFirstFileW((folder + L"\\~ft*.tmp").c_str(), &found);
-    if (search == INVALID_HANDLE_VALUE)
-        return files;
-    do
+    for (BOOL more = search != INVALID_HANDLE_VALUE; more; more = FindNextFileW(search, &found))
         files.push_back(folder + L"\\" + found.cFileName);
-    while (FindNextFileW(search, &found));
-    FindClose(search);
+    if (search != INVALID_HANDLE_VALUE)
+        FindClose(search);
     return files;
 }
 

@@ -24,8 +24,7 @@ TEST_F(StartRoutinesTest, RunProgramWaitsAndReportsTheExitCode)
     // The command line the sender got: line exactly, or when that is empty, arguments as split.
     const struct { bool elevate; const wchar_t* parameters; DWORD exitCode; std::wstring line;
         std::vector<std::wstring> arguments; } cases[] = {
-        {false, L"one \"two three\"", 2, quoted + L" one \"two three\"", {}},
-        {false, nullptr, 2, quoted, {}},
+        {false, L"one \"two three\"", 2, quoted + L" one \"two three\"", {}}, {false, nullptr, 2, quoted, {}},
         {true, L"/transferfilelist=\"C:\\a b.tmp\"", 3, L"", {m_sender.path, L"/transferfilelist=C:\\a b.tmp"}},
     };
     for (const auto& c : cases) {

@@ -9,8 +9,7 @@
 namespace quillet {
 namespace {
 
-const std::wstring kHeader = L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n";
-const std::wstring kFolders = L"\r\n[pathlist]\r\n";
+const std::wstring kHeader = L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n", kFolders = L"\r\n[pathlist]\r\n";
 
 class TransferListTest : public ::testing::Test {
 protected:
@@ -60,9 +59,7 @@ TEST_F(TransferListTest, WritesNothingWithoutItemsOrAUsableName)
 
 TEST_F(TransferListTest, TempFileNameIsFreshInTheTemporaryFolder)
 {
-    const std::wstring name = MakeTempFileName(L"~ft");
-
-    const std::wstring prefix = m_folder.path() + L"\\~ft";
+    const std::wstring name = MakeTempFileName(L"~ft"), prefix = m_folder.path() + L"\\~ft";
     ASSERT_GT(name.size(), prefix.size() + 4);
     EXPECT_EQ(name.substr(0, prefix.size()), prefix);
     EXPECT_EQ(name.substr(name.size() - 4), L".tmp");

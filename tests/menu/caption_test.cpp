@@ -36,14 +36,12 @@ TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
     // The language in config.ini; nothing: no config.ini.
     const struct { std::optional<std::string> language; std::wstring caption; } cases[] = {
         {"ru", L"Переданы с помощью Pelloc"}, // the table's second "ru" section
-        {"zh-CN", L"以Pelloc 传输"},
-        {"zh-TW", L"以Pelloc 傳輸"},
+        {"zh-CN", L"以Pelloc 传输"}, {"zh-TW", L"以Pelloc 傳輸"},
         {"en", kEnglish},
         {"ja", kEnglish}, // has a section, but is not allowed
         {"fr", kEnglish},
         {"EN", kEnglish}, // names compare case-sensitively
-        {"", kEnglish},
-        {std::nullopt, kEnglish},
+        {"", kEnglish}, {std::nullopt, kEnglish},
     };
     // One after the other in one process: every new handler reads the language again.
     for (const auto& c : cases) {
@@ -61,8 +59,7 @@ TEST(MenuCaption, FallsBackToTheTablesLanguageThenToTheStringResource)
 {
     const std::wstring cut(63, L'x'); // table captions are cut after 63 characters
     const struct { const wchar_t *languages, *appname, *wanted; std::wstring caption; } cases[] = {
-        {L"en;de;it;", L"en", L"it", cut},
-        {L"en;de;it;", L"it", L"ru", cut},
+        {L"en;de;it;", L"en", L"it", cut}, {L"en;de;it;", L"it", L"ru", cut},
         {L"en;de;it;", L"en", L"de", L"English"}, // an empty caption falls through
         {L"de;it", L"en", L"de", L"File Transfer"}, // the table's language is not allowed
         {L"en;de", L"de", L"de", L"File Transfer"}, // allowed, but its caption is empty
@@ -71,8 +68,7 @@ TEST(MenuCaption, FallsBackToTheTablesLanguageThenToTheStringResource)
     for (const auto& c : cases) {
         const LanguageTable table = {
             {L"default", {{L"appname", c.appname}, {L"languages", c.languages}}},
-            {L"en", {{L"MENU_FS_TEXT", L"English"}}},
-            {L"de", {{L"MENU_FS_TEXT", L""}}},
+            {L"en", {{L"MENU_FS_TEXT", L"English"}}}, {L"de", {{L"MENU_FS_TEXT", L""}}},
             {L"it", {{L"MENU_FS_TEXT", std::wstring(80, L'x')}}},
         };
         wchar_t caption[kCaptionLength];

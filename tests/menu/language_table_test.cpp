@@ -22,8 +22,7 @@ TEST(LanguageTable, LineRules)
         {L"[one]\nkey=first\n[two]\n[one]\nkey=second", {{L"one", {{L"key", L"second"}}}}},
         {L"last=kept as is  ", {{L"", {{L"last", L"kept as is  "}}}}},
         // 999,999 bytes are the most a table may have; its byte-order mark is not part of the text.
-        {padded.c_str(), {{L"", {{L"k", L"v"}}}}, 999999},
-        {padded.c_str(), {}, 1000000},
+        {padded.c_str(), {{L"", {{L"k", L"v"}}}}, 999999}, {padded.c_str(), {}, 1000000},
     };
     for (const auto& c : cases) {
         LanguageTable table;

@@ -98,8 +98,7 @@ TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
     const struct { const char* what; DWORD type; const void* data; DWORD bytes; bool nativeViewOnly; bool shown; }
         cases[] = {
         {"missing", REG_NONE, nullptr, 0, false, true},
-        {"0", REG_DWORD, &zero, 4, false, false},
-        {"2", REG_DWORD, &two, 4, false, true},
+        {"0", REG_DWORD, &zero, 4, false, false}, {"2", REG_DWORD, &two, 4, false, true},
         {"a DWORD of two zero bytes", REG_DWORD, &zero, 2, false, true}, // other sizes and types: the fuzz test
         {"0 in the 64-bit view only", REG_DWORD, &zero, 4, true, true},
     };

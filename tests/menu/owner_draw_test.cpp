@@ -84,10 +84,9 @@ TEST_F(OwnerDraw, OtherItemsOtherMessagesAndMissingStructuresAreLeftAlone)
     EXPECT_EQ(item.itemWidth, 11u);
     EXPECT_EQ(item.itemHeight, 22u);
 
-    for (const UINT message : {UINT(WM_MEASUREITEM), UINT(WM_DRAWITEM), UINT(WM_INITMENUPOPUP), UINT(WM_MENUCHAR)}) {
-        Send(message, nullptr, &result);
-        Send(message, nullptr, nullptr);
-    }
+    for (const UINT message : {UINT(WM_MEASUREITEM), UINT(WM_DRAWITEM), UINT(WM_INITMENUPOPUP), UINT(WM_MENUCHAR)})
+        for (LRESULT* out : {&result, static_cast<LRESULT*>(nullptr)})
+            Send(message, nullptr, out);
     EXPECT_EQ(result, kUntouched);
     EXPECT_EQ(h.m_captionWidth, 0); // nothing was measured
 }

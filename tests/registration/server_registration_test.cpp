@@ -16,8 +16,7 @@
 namespace quillet::test {
 namespace {
 
-const std::wstring kClsid = L"{F2196025-497B-4A61-AEA7-27325149132A}";
-const std::wstring kClassKey = L"CLSID\\" + kClsid;
+const std::wstring kClsid = L"{F2196025-497B-4A61-AEA7-27325149132A}", kClassKey = L"CLSID\\" + kClsid;
 const std::wstring kTypeLibKey = L"TypeLib\\{30DD7C9C-949D-45E9-B5D1-18A15B569313}\\1.0";
 const std::wstring kHandlers = L"\\shellex\\ContextMenuHandlers\\";
 const std::wstring kHandledKinds[] = {L"*", L"Directory", L"Folder", L"lnkfile"};
@@ -88,9 +87,8 @@ const HRESULT kSomeFailure = E_FAIL;
 // that of the last step; the others succeed.
 TEST(Registration, LeavesTheRegistryAsItsStepsSay)
 {
-    const std::wstring folder = MakeTempFolder(L"it's");
+    const std::wstring folder = MakeTempFolder(L"it's"), file = L"\\Quillet.dll";
     ASSERT_FALSE(folder.empty());
-    const std::wstring file = L"\\Quillet.dll";
     const auto pathOfLength = [&](size_t length) {
         return folder + L"\\" + std::wstring(length - folder.size() - 1 - file.size(), L'p') + file;
     };

@@ -5,28 +5,7 @@
 #include <shlobj.h>
 #include <wrl/client.h>
 
-#include <cstdlib>
-
 namespace quillet::test {
-
-std::string RequestedWindowsVersion()
-{
-    const char* value = std::getenv("QUILLET_WINVER");
-    return value ? value : "";
-}
-
-int RequestedDpi()
-{
-    const char* value = std::getenv("QUILLET_DPI");
-    return value ? std::atoi(value) : 0;
-}
-
-ScopedVariable::ScopedVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
-{
-    m_old.resize(GetEnvironmentVariableW(name, nullptr, 0));
-    m_had = !m_old.empty() && GetEnvironmentVariableW(name, m_old.data(), static_cast<DWORD>(m_old.size())) > 0;
-    SetEnvironmentVariableW(name, value.c_str());
-}
 
 std::wstring TempFolder::File(const std::wstring& name) const
 {

@@ -1,5 +1,6 @@
 // What a test program was run as, and where its files are.
 #pragma once
+#include <cstdlib>
 #include <string>
 
 #include "common/files.h"
@@ -7,14 +8,28 @@
 namespace quillet::test {
 
 // The Windows version name the runner asked Wine for ("winxp", ...), or "" for the default.
-std::string RequestedWindowsVersion();
+inline std::string RequestedWindowsVersion()
+{
+    const char* value = std::getenv("QUILLET_WINVER");
+    return value ? value : "";
+}
+
 // The display DPI the runner set, or 0 when it set none.
-int RequestedDpi();
+inline int RequestedDpi()
+{
+    const char* value = std::getenv("QUILLET_DPI");
+    return value ? std::atoi(value) : 0;
+}
 
 // An environment variable of this process, and so of what it starts, for a scope.
 class ScopedVariable {
 public:
-    ScopedVariable(const wchar_t* name, const std::wstring& value);
+    ScopedVariable(const wchar_t* name, const std::wstring& value) : m_name(name)
+    {
+        m_old.resize(GetEnvironmentVariableW(name, nullptr, 0));
+        m_had = !m_old.empty() && GetEnvironmentVariableW(name, m_old.data(), static_cast<DWORD>(m_old.size())) > 0;
+        SetEnvironmentVariableW(name, value.c_str());
+    }
     ~ScopedVariable() { SetEnvironmentVariableW(m_name, m_had ? m_old.c_str() : nullptr); }
     ScopedVariable(const ScopedVariable&) = delete;
     ScopedVariable& operator=(const ScopedVariable&) = delete;

@@ -24,7 +24,6 @@ public:
     GuardedBlock(const GuardedBlock&) = delete;
     GuardedBlock& operator=(const GuardedBlock&) = delete;
     BYTE* Data() const { return m_data; }
-    HDROP Drop() const { return reinterpret_cast<HDROP>(m_data); }
 
 private:
     BYTE *m_base = nullptr, *m_data = nullptr;
