@@ -16,6 +16,7 @@
 #include "handoff/handoff_support.h"
 #include "menu/menu_test_support.h"
 #include "quillet_idl.h"
+#include "support/import_patch.h"
 #include "support/module_library.h"
 
 using Microsoft::WRL::ComPtr;
@@ -188,6 +189,8 @@ TEST_F(ExplorerCommandTest, TitleIsTheClassicCaptionInTheSendersLanguage)
     }
 }
 
+DWORD WINAPI Nameless(HMODULE, LPWSTR, DWORD) { return 0; }
+
 TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
 {
     ComPtr<IExplorerCommand> object = NewCommand();
@@ -212,6 +215,13 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
         DeleteObject(info.hbmColor);
         DeleteObject(info.hbmMask);
         DestroyIcon(icon);
+    }
+
+    // A module that cannot name its own file names no icon.
+    {
+        const ScopedImport unnamed("kernel32.dll", "GetModuleFileNameW", &Nameless, GetModuleHandleW(path.c_str()));
+        LPWSTR none = nullptr;
+        EXPECT_EQ(object->GetIcon(nullptr, &none), E_FAIL);
     }
 
     // A copy loaded from a folder whose path passes MAX_PATH still names its whole path.

@@ -7,6 +7,7 @@
 #include "menu/menu_icon.h"
 #include "menu_test_support.h"
 #include "resources/resource_ids.h"
+#include "support/import_patch.h"
 
 namespace quillet {
 namespace {
@@ -85,6 +86,15 @@ TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
         handlers[2].reset();
         EXPECT_TRUE(GetObjectType(bitmaps[1]) == 0 && GetObjectType(bitmaps[2]) == 0);
     }
+}
+
+LPVOID WINAPI NoBytes(HGLOBAL) { return nullptr; }
+
+// A damaged module, whose picture resource has no bytes to give, has no picture on any display.
+TEST_F(MenuIcon, AResourceWithoutBytesGivesNoPicture)
+{
+    const test::ScopedImport bytes("kernel32.dll", "LockResource", &NoBytes);
+    EXPECT_FALSE(LoadPngMenuIcon(GetModuleHandleW(nullptr), IDP_MENU_ICON));
 }
 
 } // namespace

@@ -4,6 +4,7 @@
 
 #include "menu/menu_insertion.h"
 #include "menu_test_support.h"
+#include "support/import_patch.h"
 
 namespace quillet {
 namespace {
@@ -92,6 +93,7 @@ TEST_F(QueryContextMenuTest, InsertsOneItemAtTheGivenPositionInTheSystemsForm)
 TEST_F(QueryContextMenuTest, MenuOptionZeroAloneHidesTheCommand)
 {
     test::FakeSender sender;
+    const test::StrictRegistry strict;
     test::ScopedRegistryValue nativeView(HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_64KEY);
     const DWORD zero = 0, two = 2;
     // data null: no value.

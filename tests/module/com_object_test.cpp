@@ -10,8 +10,11 @@
 
 #include "com/class_factory.h"
 #include "module/handler_objects.h"
+#include "module/module_state.h"
+#include "platform/gdiplus.h"
 #include "quillet_idl.h"
 #include "support/environment.h"
+#include "support/import_patch.h"
 #include "support/module_library.h"
 
 using Microsoft::WRL::ComPtr;
@@ -246,6 +249,50 @@ TEST(ModuleUnload, GivesBackTheTypeInformationItKept)
     EXPECT_EQ(module->UnregisterServer(), S_OK);
     module.reset();
     EXPECT_EQ(references(), before) << "given back at the unload";
+}
+
+// What the module's code, linked into this program, makes and has not given back: critical
+// sections, and GDI+ start-ups. The counters pass each call on to Windows.
+int g_liveSections = 0, g_liveGdiplus = 0;
+void WINAPI Made(CRITICAL_SECTION* section)
+{
+    ++g_liveSections;
+    WindowsFunction<decltype(&InitializeCriticalSection)>(L"kernel32.dll", "InitializeCriticalSection")(section);
+}
+void WINAPI Deleted(CRITICAL_SECTION* section)
+{
+    --g_liveSections;
+    WindowsFunction<decltype(&DeleteCriticalSection)>(L"kernel32.dll", "DeleteCriticalSection")(section);
+}
+Gdiplus::Status WINAPI Started(ULONG_PTR* token, const Gdiplus::GdiplusStartupInput* input,
+                               Gdiplus::GdiplusStartupOutput* output)
+{
+    ++g_liveGdiplus;
+    return WindowsFunction<decltype(&Started)>(L"gdiplus.dll", "GdiplusStartup")(token, input, output);
+}
+void WINAPI ShutDown(ULONG_PTR token)
+{
+    --g_liveGdiplus;
+    WindowsFunction<decltype(&ShutDown)>(L"gdiplus.dll", "GdiplusShutdown")(token);
+}
+
+// Explorer loads and frees a server again and again. Wine keeps no trace of an undeleted critical
+// section, nor of a GDI+ never shut down, where the heap count below looks.
+TEST(ModuleUnload, GivesBackEveryLockAndGdiplusStartUp)
+{
+    const ScopedImport made("kernel32.dll", "InitializeCriticalSection", &Made);
+    const ScopedImport deleted("kernel32.dll", "DeleteCriticalSection", &Deleted);
+    const ScopedImport started("gdiplus.dll", "GdiplusStartup", &Started);
+    const ScopedImport shutDown("gdiplus.dll", "GdiplusShutdown", &ShutDown);
+    InitializeModule(GetModuleHandleW(nullptr));
+    ComPtr<IUnknown> handler;
+    ASSERT_EQ(CreatePlainHandler(nullptr, IID_PPV_ARGS(&handler)), S_OK);
+    EXPECT_EQ(g_liveGdiplus, 1);
+    handler.Reset();
+    EXPECT_EQ(g_liveGdiplus, 0);
+    EXPECT_GT(g_liveSections, 0);
+    TerminateModule(false);
+    EXPECT_EQ(g_liveSections, 0);
 }
 
 TEST(ModuleUnload, LeavesNoMemoryBehind)

@@ -9,6 +9,7 @@
 
 #include "platform/handles.h"
 #include "registration/registrar.h"
+#include "support/import_patch.h"
 #include "support/registry.h"
 
 namespace quillet::test {
@@ -75,6 +76,7 @@ TEST_F(Registrar, RegistersAndUnregistersAsTheScriptSays)
          HRESULT_FROM_WIN32(deleteRefused), Scratch({L"Shared @='theirs' Theirs='t'", L"Shared\\Other @='o'"})},
         {"unregister with nothing there creates nothing", {}, Unregister, L"NoRemove A { val N = s 'n' B }", S_OK, {}},
     };
+    const StrictRegistry strict;
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         Prepare(c.before);
@@ -105,6 +107,19 @@ TEST_F(Registrar, AMalformedScriptFailsAndChangesNothing)
             EXPECT_EQ(ClassesState({kScratch}), before);
         }
     }
+}
+
+LONG WINAPI DeniedDelete(HKEY, LPCWSTR) { return ERROR_ACCESS_DENIED; }
+LONG WINAPI DeniedOpen(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY) { return ERROR_ACCESS_DENIED; }
+
+// Keys whose permissions keep the registrar out, which Wine's registry cannot have.
+TEST_F(Registrar, AKeyItMayNotDeleteOrOpenFailsIt)
+{
+    const ScopedImport deleting("advapi32.dll", "RegDeleteTreeW", &DeniedDelete);
+    const ScopedImport opening("advapi32.dll", "RegOpenKeyExW", &DeniedOpen);
+    for (const auto& [body, mode] :
+         {std::pair{L"ForceRemove A", Register}, {L"NoRemove A { val N = s 'n' }", Unregister}})
+        EXPECT_EQ(RunRegistrarScript(InScratch(body), L"C:\\Quillet.dll", mode), HRESULT_FROM_WIN32(ERROR_ACCESS_DENIED));
 }
 
 } // namespace

@@ -10,6 +10,7 @@
 #include "registration/server_registration.h"
 #include "resources/resource_ids.h"
 #include "support/environment.h"
+#include "support/import_patch.h"
 #include "support/module_library.h"
 #include "support/registry.h"
 
@@ -117,6 +118,7 @@ TEST(Registration, LeavesTheRegistryAsItsStepsSay)
         for (const Step step : journey.steps)
             ChangeCopy(step, journey.path);
         ServerModule module(journey.path);
+        const StrictRegistry strict(GetModuleHandleW(journey.path.c_str()));
         for (const Step& step : journey.steps) {
             const HRESULT expected = &step == &journey.steps.back() ? journey.result : S_OK;
             const HRESULT hr = step == Register ? module.RegisterServer()

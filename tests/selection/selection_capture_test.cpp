@@ -11,6 +11,7 @@
 #include "selection/drop_list_reader.h"
 #include "selection/selection_capture.h"
 #include "support/environment.h"
+#include "support/import_patch.h"
 
 namespace quillet {
 namespace {
@@ -18,6 +19,14 @@ namespace {
 using Microsoft::WRL::ComPtr;
 using Paths = std::vector<std::wstring>;
 using Records = std::vector<std::pair<std::wstring, int>>; // path, isFolder
+
+Paths PathsOf(const Records& records)
+{
+    Paths paths;
+    for (const auto& record : records)
+        paths.push_back(record.first);
+    return paths;
+}
 
 class InitializeTest : public ::testing::Test {
 protected:
@@ -49,37 +58,39 @@ protected:
     Paths m_paths;
 };
 
+DWORD WINAPI NoAttributes(LPCWSTR) { return INVALID_FILE_ATTRIBUTES; }
+HANDLE WINAPI OpensAnything(LPCWSTR, DWORD, DWORD, LPSECURITY_ATTRIBUTES, DWORD, DWORD, HANDLE)
+{
+    return CreateEventW(nullptr, TRUE, FALSE, nullptr);
+}
+
 TEST_F(InitializeTest, MarksEachItemFileOrFolder)
 {
-    std::wstring absentDrive = L"?:"; // no drive at all, should every letter be in use
-    const DWORD drives = GetLogicalDrives();
-    for (wchar_t letter = L'Z'; letter >= L'D'; --letter)
-        if (!(drives & (1u << (letter - L'A'))))
-            absentDrive[0] = letter;
     const std::wstring locked = m_temp.File(L"locked.txt");
     UniqueFileHandle lock(
         CreateFileW(locked.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
     ASSERT_TRUE(lock);
     const std::wstring vanished = m_temp.File(L"vanished.txt");
     ASSERT_TRUE(DeleteFileW(vanished.c_str()));
-
     const Records expected = {
         {m_temp.Folder(L"folder.d"), 1},
         {L"C:\\", 1},
-        {absentDrive, 1}, // as a drive without a medium
-        {absentDrive + L"\\", 1},
         {m_temp.File(L"plain.txt"), 0},
         {locked, 0}, // its attributes still read
         {vanished, 1},
         {L"\\\\.\\NUL", 0}, // no attributes, yet it opens for reading
     };
-    Paths paths;
-    for (const auto& record : expected)
-        paths.push_back(record.first);
-
-    ASSERT_EQ(Select(paths), S_OK);
-
+    ASSERT_EQ(Select(PathsOf(expected)), S_OK);
     EXPECT_EQ(Selection(), expected);
+
+    // No path of Wine's has no attributes and opens where a drive is named: a Windows that reads
+    // no attributes and opens every path still sends drives, as drives without a medium, to the
+    // folder section.
+    const test::ScopedImport attributes("kernel32.dll", "GetFileAttributesW", &NoAttributes);
+    const test::ScopedImport open("kernel32.dll", "CreateFileW", &OpensAnything);
+    const Records drives = {{L"E:", 1}, {L"E:\\", 1}, {L"E:\\x", 0}, {L"E:x", 0}, {L"ab", 0}};
+    ASSERT_EQ(Select(PathsOf(drives)), S_OK);
+    EXPECT_EQ(Selection(), drives);
 }
 
 // A shortcut goes over as itself, its target, when it exists, before it in the path list. A
