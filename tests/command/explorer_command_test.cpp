@@ -6,7 +6,6 @@
 #include <shlwapi.h>
 #include <wrl/client.h>
 
-#include <memory>
 #include <optional>
 
 #include "command/command_class.h"
@@ -39,13 +38,12 @@ ComPtr<IShellItemArray> ItemArray(const std::vector<std::wstring>& names)
     return items;
 }
 
-// The string a method hands back through its LPWSTR argument.
-std::wstring TakeString(const auto& method)
+// The string GetTitle or GetIcon hands back.
+std::wstring TakeString(IExplorerCommand* command, decltype(&IExplorerCommand::GetTitle) method)
 {
-    LPWSTR text = nullptr;
-    EXPECT_EQ(method(&text), S_OK);
-    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owned(text, CoTaskMemFree);
-    return text ? text : L"(null)";
+    UniqueCoTaskString text;
+    EXPECT_EQ((command->*method)(nullptr, text.put()), S_OK);
+    return text ? text.get() : L"(null)";
 }
 
 struct ArrayAndEnumerator : IShellItemArray, IEnumShellItems {};
@@ -55,8 +53,7 @@ enum class Enumerator { Reporting, Missing, Silent };
 // hostile: every other batch is reported one item longer than it is, an item no one may take lies
 // just past what is reported, and the enumerator may be missing or never report a count.
 class PathItems final : public Counted<ArrayAndEnumerator> {
-    class Item final : public Counted<IShellItem> {
-    public:
+    struct Item final : Counted<IShellItem> {
         explicit Item(std::wstring path) : m_path(std::move(path)) {}
         STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
         {
@@ -71,8 +68,6 @@ class PathItems final : public Counted<ArrayAndEnumerator> {
         }
         STDMETHODIMP GetAttributes(SFGAOF, SFGAOF*) override { return E_NOTIMPL; } // the array answers
         STDMETHODIMP Compare(IShellItem*, SICHINTF, int*) override { return E_NOTIMPL; }
-
-    private:
         const std::wstring m_path;
     };
 
@@ -133,16 +128,8 @@ ComPtr<IShellItemArray> PathArray(std::vector<std::wstring> paths, Enumerator en
     return items;
 }
 
-class ExplorerCommandTest : public LoadedServer {
-protected:
-    ExplorerCommandTest() : LoadedServer(CommandModulePath(), CLSID_QuilletCommand) {}
-    void SetUp() override
-    {
-        LoadedServer::SetUp(); // the surrogate's apartment
-        menuOption.Delete();
-        file = temp.folder.File(L"item.txt");
-        folder = temp.folder.Folder(L"folder");
-    }
+struct ExplorerCommandTest : LoadedServer {
+    ExplorerCommandTest() : LoadedServer(CommandModulePath(), CLSID_QuilletCommand) { menuOption.Delete(); }
     ComPtr<IExplorerCommand> NewCommand() { return Create<IExplorerCommand>(); }
 
     // The only list file the last command left in the temporary folder, taken away.
@@ -170,22 +157,20 @@ protected:
     ServerModule classic{ModulePath()};
     ScopedRegistryValue menuOption{HKEY_LOCAL_MACHINE, kSenderProfileKey, kMenuOptionValue, KEY_WOW64_32KEY};
     RedirectedTempFolder temp{L"command"}; // every list file lands here
-    std::wstring file, folder;
+    const std::wstring file = temp.folder.File(L"item.txt"), folder = temp.folder.Folder(L"folder");
 };
 
 TEST_F(ExplorerCommandTest, TitleIsTheClassicCaptionInTheSendersLanguage)
 {
     // The language in config.ini (nothing: no config.ini); the sender's App Paths "Path" registered.
     const struct { std::optional<std::string> language; bool registered; std::wstring title; } cases[] = {
-        {"zh-TW", true, L"以Pelloc 傳輸"},
-        {"ja", true, kEnglish}, // in the table, but not an allowed language
+        {"zh-TW", true, L"以Pelloc 傳輸"}, {"ja", true, kEnglish}, // "ja" is in the table, but not an allowed language
         {"ru", false, kEnglish}, // no sender folder: no config.ini to read
     };
     for (const auto& c : cases) {
         FakeSender sender(true, c.language, c.registered);
-        ComPtr<IExplorerCommand> object = NewCommand();
-        const std::wstring shown = TakeString([&](LPWSTR* text) { return object->GetTitle(nullptr, text); });
-        EXPECT_EQ(shown, c.title) << c.language.value_or("no config.ini");
+        EXPECT_EQ(TakeString(NewCommand().Get(), &IExplorerCommand::GetTitle), c.title)
+            << c.language.value_or("no config.ini");
     }
 }
 
@@ -194,7 +179,7 @@ DWORD WINAPI Nameless(HMODULE, LPWSTR, DWORD) { return 0; }
 TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
 {
     ComPtr<IExplorerCommand> object = NewCommand();
-    const std::wstring location = TakeString([&](LPWSTR* text) { return object->GetIcon(nullptr, text); });
+    const std::wstring location = TakeString(object.Get(), &IExplorerCommand::GetIcon);
     const size_t comma = location.rfind(L',');
     ASSERT_NE(comma, std::wstring::npos) << std::string(location.begin(), location.end());
     const std::wstring path = location.substr(0, comma);
@@ -208,12 +193,11 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
         ASSERT_EQ(PrivateExtractIconsW(path.c_str(), index, size, size, &icon, nullptr, 1, 0), 1u) << size;
         ICONINFO info = {};
         ASSERT_TRUE(GetIconInfo(icon, &info));
+        const UniqueBitmap colourPlane(info.hbmColor), maskPlane(info.hbmMask); // GetIconInfo's copies
         BITMAP colour = {};
         GetObjectW(info.hbmColor, sizeof(colour), &colour);
         EXPECT_TRUE(colour.bmWidth == size && colour.bmHeight == size) << colour.bmWidth << " x " << colour.bmHeight;
         EXPECT_EQ(colour.bmBitsPixel, 32) << "the picture keeps its alpha";
-        DeleteObject(info.hbmColor);
-        DeleteObject(info.hbmMask);
         DestroyIcon(icon);
     }
 
@@ -229,9 +213,8 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
     CreateDirectoryW(longPath.substr(0, longPath.rfind(L'\\')).c_str(), nullptr);
     ASSERT_TRUE(CopyFileW(path.c_str(), longPath.c_str(), FALSE));
     const ServerModule copy(longPath);
-    const std::wstring longLocation = TakeString([&](LPWSTR* text) {
-        return copy.Create<IExplorerCommand>(CLSID_QuilletCommand)->GetIcon(nullptr, text);
-    });
+    const std::wstring longLocation =
+        TakeString(copy.Create<IExplorerCommand>(CLSID_QuilletCommand).Get(), &IExplorerCommand::GetIcon);
     EXPECT_TRUE(longLocation.ends_with(longPath.substr(4) + location.substr(comma))) << longLocation.size();
 }
 
@@ -310,11 +293,9 @@ TEST_F(ExplorerCommandTest, TenThousandItemsGiveTheClassicList)
 
 TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
 {
-    const std::wstring senderFolder = temp.path() + L"\\sender";
-    InstalledSender sender(senderFolder);
+    InstalledSender sender(temp.path() + L"\\sender");
     const struct { ComPtr<IShellItemArray> items; HRESULT result; } cases[] = {
-        {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG},
-        {PathArray({}), E_INVALIDARG},
+        {ItemArray({kThisPc, kControlPanel}), E_INVALIDARG}, {PathArray({}), E_INVALIDARG},
         {PathArray({file}, Enumerator::Missing), E_INVALIDARG}, // EnumItems succeeds, but with no enumerator
         {PathArray({file}, Enumerator::Silent), E_INVALIDARG},  // items handed over, none reported
         {nullptr, E_INVALIDARG},
@@ -325,7 +306,7 @@ TEST_F(ExplorerCommandTest, NothingOnTheFileSystemWritesAndStartsNothing)
         const bool started = c.result == S_OK;
         EXPECT_EQ(NewCommand()->Invoke(c.items.Get(), nullptr), c.result) << "row " << row;
         EXPECT_EQ(ListFiles(temp.path()).size(), started ? 1u : 0u) << "row " << row;
-        EXPECT_EQ(TakeRecord(senderFolder, started ? 20000 : 200).has_value(), started) << "row " << row;
+        EXPECT_EQ(TakeRecord(sender.folder, started ? 20000 : 200).has_value(), started) << "row " << row;
     }
 }
 

@@ -12,8 +12,7 @@
 namespace quillet::test {
 namespace {
 
-class EndToEnd : public testing::Test {
-protected:
+struct EndToEnd : testing::Test {
     static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
     static void TearDownTestSuite() { RunRegsvr32(ModulePath(), true); }
     void SetUp() override { CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }

@@ -23,8 +23,7 @@ using Microsoft::WRL::ComPtr;
 namespace quillet::test {
 namespace {
 
-class InProcess : public LoadedServer {
-protected:
+struct InProcess : LoadedServer {
     InProcess() : LoadedServer(ModulePath(), CLSID_FTKelMN) { sender.Delete(); } // the sender is absent: nothing starts
 
     // A new handler given the selection in data; init is set to its IShellExtInit.

@@ -170,6 +170,4 @@ int main()
         }
         ++g_index;
     }
-    for (auto& value : g_values)
-        value.reset();
 }

@@ -22,8 +22,7 @@ LPCSTR HighPageText(const char* text)
     return page ? lstrcpynA(page, text, 4096) : nullptr;
 }
 
-class InvokeCommandTest : public ::testing::Test {
-protected:
+struct InvokeCommandTest : ::testing::Test {
     void SetUp() override { m_noSender.Delete(); }
 
     // A folder and a file of m_list selected, the folder first.
@@ -110,8 +109,7 @@ TEST_F(InvokeCommandTest, NoListWrittenIsInvalidArgAndSpendsTheSelection)
 }
 
 // The sample sender stands in for Pelloc.exe, installed in folder for one command.
-class SenderLaunchTest : public InvokeCommandTest {
-protected:
+struct SenderLaunchTest : InvokeCommandTest {
     std::optional<test::SenderRecord> Launch(const std::wstring& folder, DWORD timeoutMs = 20000)
     {
         const test::InstalledSender sender(folder);

@@ -8,8 +8,7 @@
 namespace quillet {
 namespace {
 
-class StartRoutinesTest : public ::testing::Test {
-protected:
+struct StartRoutinesTest : ::testing::Test {
     test::TempFolder m_temp{L"start"};
     const std::wstring m_folder = m_temp.path + L"\\send er"; // the shell must keep the path one argument
     const test::InstalledSender m_sender{m_folder};

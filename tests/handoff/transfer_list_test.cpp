@@ -11,8 +11,7 @@ namespace {
 
 const std::wstring kHeader = L"\xFEFF[tag]\r\ntag=1\r\n\r\n[filelist]\r\n", kFolders = L"\r\n[pathlist]\r\n";
 
-class TransferListTest : public ::testing::Test {
-protected:
+struct TransferListTest : ::testing::Test {
     test::RedirectedTempFolder m_folder{L"transfer-list"};
     const std::wstring m_file = m_folder.path() + L"\\list.tmp";
 };

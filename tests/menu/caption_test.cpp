@@ -37,10 +37,8 @@ TEST(MenuCaption, FollowsTheSendersLanguageAmongTheAllowedOnes)
     const struct { std::optional<std::string> language; std::wstring caption; } cases[] = {
         {"ru", L"Переданы с помощью Pelloc"}, // the table's second "ru" section
         {"zh-CN", L"以Pelloc 传输"}, {"zh-TW", L"以Pelloc 傳輸"},
-        {"en", kEnglish},
-        {"ja", kEnglish}, // has a section, but is not allowed
-        {"fr", kEnglish},
-        {"EN", kEnglish}, // names compare case-sensitively
+        {"en", kEnglish}, {"ja", kEnglish}, // "ja" has a section, but is not allowed
+        {"fr", kEnglish}, {"EN", kEnglish}, // names compare case-sensitively
         {"", kEnglish}, {std::nullopt, kEnglish},
     };
     // One after the other in one process: every new handler reads the language again.

@@ -30,10 +30,7 @@ UniqueBitmap DecodedPng()
     return bitmap;
 }
 
-class MenuIcon : public testing::Test {
-protected:
-    test::HandlerServices services;
-};
+struct MenuIcon : testing::Test { test::HandlerServices services; };
 
 TEST_F(MenuIcon, EveryHandlerOwnsAPictureOfItsSizeEqualToAFreshDecode)
 {

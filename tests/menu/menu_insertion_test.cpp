@@ -27,8 +27,7 @@ struct TestMenu {
 // The runs as Windows XP and XP x64 expect the forms of systems before Vista.
 const bool kOlderWindows = test::RequestedWindowsVersion() == "winxp" || test::RequestedWindowsVersion() == "winxp64";
 
-class QueryContextMenuTest : public testing::Test {
-protected:
+struct QueryContextMenuTest : testing::Test {
     void SetUp() override
     {
         lstrcpyW(presentation.m_menuCaption, L"Send with Pelloc");

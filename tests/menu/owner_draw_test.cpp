@@ -41,8 +41,7 @@ struct ScopedMenuTextColour {
     const COLORREF old = GetSysColor(COLOR_MENUTEXT);
 };
 
-class OwnerDraw : public testing::Test {
-protected:
+struct OwnerDraw : testing::Test {
     void SetUp() override
     {
         h.m_idCmdFirst = kItemId;
@@ -116,8 +115,7 @@ TEST_F(OwnerDraw, PaintsBackgroundPictureAndCaptionAfterTheCheckMarkSpace)
     };
     // A picture's width is given as so much over the check-mark space's (0: no picture).
     const struct { UINT state; int background; COLORREF text; int left, pictureOverCheckWidth, pictureLeft; } cases[] = {
-        {0, COLOR_MENU, text, 0, 0, 0},
-        {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 0, 0, 0},
+        {0, COLOR_MENU, text, 0, 0, 0}, {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 0, 0, 0},
         {ODS_SELECTED | ODS_FOCUS, COLOR_HIGHLIGHT, complement, 12, 0, 0},
         {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, -6, 3},
         {ODS_SELECTED, COLOR_HIGHLIGHT, complement, 12, +1, 0}, // -1 / 2 rounds toward zero

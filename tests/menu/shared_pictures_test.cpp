@@ -17,8 +17,7 @@ UniqueBitmap DecodePattern(HINSTANCE, UINT, int variant)
 {
     ++g_decodes;
     const LONG width = 32 + variant;
-    BITMAPINFO info = {};
-    info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, -32, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    BITMAPINFO info = {{sizeof(BITMAPINFOHEADER), width, -32, 1, 32, BI_RGB, 0, 0, 0, 0, 0}, {}};
     void* bits = nullptr;
     UniqueBitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
     for (DWORD i = 0; bitmap && i < DWORD(width) * 32; ++i)
@@ -26,15 +25,16 @@ UniqueBitmap DecodePattern(HINSTANCE, UINT, int variant)
     return bitmap;
 }
 
+// SharedPicture with this program's resources, decoding by DecodePattern.
+UniqueBitmap Shared(UINT id, int variant) { return SharedPicture(test::TestResources(), id, variant, &DecodePattern); }
+
 TEST(SharedPictures, DecodedOncePerPictureAndScaleWithACopyForEachCaller)
 {
     constexpr UINT kId = 0x7F01; // no module picture uses it: nothing is kept for it yet
     // Another picture kept at a scale asked for below is no reason not to keep this one.
-    SharedPicture(test::TestResources(), kId + 1, 1, &DecodePattern);
-    UniqueBitmap first = SharedPicture(test::TestResources(), kId, 0, &DecodePattern);
-    UniqueBitmap second = SharedPicture(test::TestResources(), kId, 0, &DecodePattern);
-    UniqueBitmap scaled = SharedPicture(test::TestResources(), kId, 1, &DecodePattern);
-    UniqueBitmap scaledAgain = SharedPicture(test::TestResources(), kId, 1, &DecodePattern);
+    Shared(kId + 1, 1);
+    const UniqueBitmap first = Shared(kId, 0), second = Shared(kId, 0);
+    const UniqueBitmap scaled = Shared(kId, 1), scaledAgain = Shared(kId, 1);
     EXPECT_EQ(g_decodes, 3);
     ASSERT_TRUE(first && second && scaled);
     EXPECT_NE(first.get(), second.get());

@@ -41,13 +41,11 @@ HRESULT ProbeApartment(DWORD model = COINIT_APARTMENTTHREADED)
 
 // Registered by regsvr32 in a process of its own, activated through the registry or through the
 // exports of the module loaded here, on a thread with COM as Explorer's UI thread has it.
-class Unregistered : public LoadedServer {
-protected:
+struct Unregistered : LoadedServer {
     Unregistered() : LoadedServer(ModulePath(), CLSID_FTKelMN) {}
     static void SetUpTestSuite() { RunRegsvr32(ModulePath(), true); }
 };
-class ComObject : public Unregistered {
-protected:
+struct ComObject : Unregistered {
     static void SetUpTestSuite() { ASSERT_EQ(RunRegsvr32(ModulePath(), false), 0u); }
     static void TearDownTestSuite() { RunRegsvr32(ModulePath(), true); }
 };
@@ -140,8 +138,7 @@ TEST_F(ComObject, OneCachedFactoryRefusesBadRequestsAndCountsWhatLives)
 }
 
 // An outer object that counts the references the inner one delegates to it.
-class Outer final : public IUnknown {
-public:
+struct Outer final : IUnknown {
     STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override
     {
         if (!IsEqualIID(riid, IID_IUnknown))

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "platform/os_version.h"
 #include "support/environment.h"
 #include "support/import_patch.h"
@@ -10,19 +12,17 @@ namespace {
 // The runner names the version it asked Wine for; the default prefix reports Windows 7.
 TEST(OsVersion, AnswersForTheVersionTheSystemReports)
 {
+    struct Answers { std::string requested; bool xp, vistaOrLater; };
+    const Answers cases[] = {
+        {"winxp", true, false}, {"winxp64", false, false}, // 5.2: neither XP nor Vista
+        {"vista", false, true}, {"", false, true}, {"win10", false, true},
+    };
     const std::string requested = test::RequestedWindowsVersion();
-    if (requested == "winxp") {
-        EXPECT_TRUE(IsWindowsXP());
-        EXPECT_FALSE(IsVistaOrLater());
-    } else if (requested == "winxp64") { // 5.2: neither XP nor Vista
-        EXPECT_FALSE(IsWindowsXP());
-        EXPECT_FALSE(IsVistaOrLater());
-    } else if (requested == "vista" || requested.empty() || requested == "win10") {
-        EXPECT_FALSE(IsWindowsXP());
-        EXPECT_TRUE(IsVistaOrLater());
-    } else {
+    const auto c = std::ranges::find(cases, requested, &Answers::requested);
+    if (c == std::end(cases))
         GTEST_SKIP() << "no expectation for " << requested;
-    }
+    EXPECT_EQ(IsWindowsXP(), c->xp);
+    EXPECT_EQ(IsVistaOrLater(), c->vistaOrLater);
 }
 
 TEST(OsVersion, NativeSixtyFourBitIsCachedAndStable)

@@ -43,9 +43,7 @@ void Prepare(const Writes& writes)
         ASSERT_TRUE(WriteString(HKEY_CLASSES_ROOT, std::wstring(kScratch) + L"\\" + key, name, data));
 }
 
-struct Registrar : testing::Test {
-    void TearDown() override { DeleteTree(HKEY_CLASSES_ROOT, kScratch); }
-};
+struct Registrar : testing::Test { void TearDown() override { DeleteTree(HKEY_CLASSES_ROOT, kScratch); } };
 
 // A part-way failure is staged with a key name longer than the registry takes.
 TEST_F(Registrar, RegistersAndUnregistersAsTheScriptSays)

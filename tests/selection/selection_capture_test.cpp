@@ -17,6 +17,7 @@ namespace quillet {
 namespace {
 
 using Microsoft::WRL::ComPtr;
+using test::DropDataObject, test::WideDropFiles;
 using Paths = std::vector<std::wstring>;
 using Records = std::vector<std::pair<std::wstring, int>>; // path, isFolder
 
@@ -28,8 +29,7 @@ Paths PathsOf(const Records& records)
     return paths;
 }
 
-class InitializeTest : public ::testing::Test {
-protected:
+struct InitializeTest : ::testing::Test {
     void SetUp() override { CoInitialize(nullptr); }
     void TearDown() override { CoUninitialize(); }
 
@@ -41,7 +41,7 @@ protected:
     }
     HRESULT Select(const Paths& paths)
     {
-        return Initialize(test::DropDataObject::Create(test::WideDropFiles(paths)).Get());
+        return Initialize(DropDataObject::Create(WideDropFiles(paths)).Get());
     }
     Records Selection() const
     {
@@ -73,9 +73,7 @@ TEST_F(InitializeTest, MarksEachItemFileOrFolder)
     const std::wstring vanished = m_temp.File(L"vanished.txt");
     ASSERT_TRUE(DeleteFileW(vanished.c_str()));
     const Records expected = {
-        {m_temp.Folder(L"folder.d"), 1},
-        {L"C:\\", 1},
-        {m_temp.File(L"plain.txt"), 0},
+        {m_temp.Folder(L"folder.d"), 1}, {L"C:\\", 1}, {m_temp.File(L"plain.txt"), 0},
         {locked, 0}, // its attributes still read
         {vanished, 1},
         {L"\\\\.\\NUL", 0}, // no attributes, yet it opens for reading
@@ -98,15 +96,12 @@ TEST_F(InitializeTest, MarksEachItemFileOrFolder)
 TEST_F(InitializeTest, ShortcutTargetLeadsItInThePathList)
 {
     const std::wstring target = m_temp.File(L"report.txt");
-    m_temp.Folder(L"data.old");
-    m_temp.Folder(L"data.lnk");
-    m_temp.Folder(L"links.d");
+    for (const wchar_t* name : {L"data.old", L"data.lnk", L"links.d"})
+        m_temp.Folder(name);
     const Paths selected = {
-        m_temp.Shortcut(L"Report.LNK", target),
-        m_temp.Shortcut(L"gone.Lnk", m_temp.File(L"gone.txt")),
+        m_temp.Shortcut(L"Report.LNK", target), m_temp.Shortcut(L"gone.Lnk", m_temp.File(L"gone.txt")),
         m_temp.File(L"x.lnk"), // no shortcut inside
-        m_temp.File(L"data.old\\README"),
-        m_temp.Shortcut(L"data.lnk\\README", target),
+        m_temp.File(L"data.old\\README"), m_temp.Shortcut(L"data.lnk\\README", target),
         m_temp.Shortcut(L"links.d\\Plain.lNk", target),
     };
     ASSERT_TRUE(DeleteFileW((m_folder + L"\\gone.txt").c_str()));
@@ -143,30 +138,24 @@ TEST_F(InitializeTest, LongPathsAreCutInThePathListButKeptWholeInTheSelection)
 TEST_F(InitializeTest, DataObjectsOutOfTheOrdinary)
 {
     const std::wstring a = m_temp.File(L"a.txt"), b = m_temp.File(L"b.txt");
-    std::vector<BYTE> farList = test::WideDropFiles({a});
+    std::vector<BYTE> farList = WideDropFiles({a});
     farList[3] = 0x7F; // the list's offset, the header's first field, now near 2 GB
-    std::vector<BYTE> halfList = test::WideDropFiles({L"?"});
+    std::vector<BYTE> halfList = WideDropFiles({L"?"});
     halfList.resize(sizeof(DROPFILES) + 1); // the list's only byte the low half of '?'
     const Records kept = {{a, 0}};
-    const struct {
-        const char* what;
-        ComPtr<test::DropDataObject> data;
-        UINT count; // 0: any
-        HRESULT hr;
-        Records selection;
-        Paths paths;
-    } cases[] = {
+    // count: 0 for any
+    const struct { const char* what; ComPtr<DropDataObject> data; UINT count; HRESULT hr; Records selection;
+        Paths paths; } cases[] = {
         {"no data object", nullptr, 0, E_FAIL, kept, {a}},
-        {"no drop list", test::DropDataObject::Create(UniqueGlobal()), 0, E_FAIL, kept, {a}},
-        {"a block that cannot be locked", test::DropDataObject::Create(UniqueGlobal(GlobalAlloc(GMEM_MOVEABLE, 0))),
-         0, E_FAIL, {}, {a}},
-        {"an empty list", test::DropDataObject::Create(test::WideDropFiles({})), 1, S_OK, {}, {}},
-        {"an unreadable first name", test::DropDataObject::Create(test::WideDropFiles({L"", a, b})), 3, S_OK, {},
-         {a, b}},
-        {"a medium other than global memory", test::DropDataObject::Create(test::WideDropFiles({b}), TYMED_GDI), 0,
-         E_FAIL, kept, {a}},
-        {"a list far outside its block", test::DropDataObject::Create(farList), 0, S_OK, {}, {}},
-        {"half a character", test::DropDataObject::Create(halfList), 0, S_OK, {{L"?", 1}}, {L"?"}},
+        {"no drop list", DropDataObject::Create(UniqueGlobal()), 0, E_FAIL, kept, {a}},
+        {"a block that cannot be locked", DropDataObject::Create(UniqueGlobal(GlobalAlloc(GMEM_MOVEABLE, 0))), 0,
+         E_FAIL, {}, {a}},
+        {"an empty list", DropDataObject::Create(WideDropFiles({})), 1, S_OK, {}, {}},
+        {"an unreadable first name", DropDataObject::Create(WideDropFiles({L"", a, b})), 3, S_OK, {}, {a, b}},
+        {"a medium other than global memory", DropDataObject::Create(WideDropFiles({b}), TYMED_GDI), 0, E_FAIL, kept,
+         {a}},
+        {"a list far outside its block", DropDataObject::Create(farList), 0, S_OK, {}, {}},
+        {"half a character", DropDataObject::Create(halfList), 0, S_OK, {{L"?", 1}}, {L"?"}},
     };
     for (const auto& c : cases) {
         if (c.count && DragQueryFileW(static_cast<HDROP>(c.data->Block()), 0xFFFFFFFF, nullptr, 0) != c.count)

@@ -20,10 +20,7 @@ long HeapBlocksLeftByLoads(const std::wstring& path, REFCLSID clsid)
                 busy += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0;
         return busy;
     };
-    const auto load = [&] {
-        const ServerModule module(path);
-        module.Create<IUnknown>(clsid); // made and freed before the unload
-    };
+    const auto load = [&] { ServerModule(path).Create<IUnknown>(clsid); }; // made and freed before the unload
     // Wine keeps a block for each of the first ten or so loads, and no more after them.
     for (int i = 0; i < 10; ++i)
         load();

@@ -48,8 +48,7 @@ long HeapBlocksLeftByLoads(const std::wstring& path, REFCLSID clsid);
 
 // A server loaded through its exports on a single-threaded apartment, as Explorer or the COM
 // surrogate holds it, and its class object; at the end every object it made must be gone.
-class LoadedServer : public testing::Test {
-protected:
+struct LoadedServer : testing::Test {
     LoadedServer(const std::wstring& path, REFCLSID clsid) : module(path), m_clsid(clsid) {}
     void SetUp() override
     {
@@ -72,8 +71,6 @@ protected:
 
     ServerModule module;
     Microsoft::WRL::ComPtr<IClassFactory> factory;
-
-private:
     const CLSID m_clsid;
 };
 
