@@ -201,13 +201,6 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
         DestroyIcon(icon);
     }
 
-    // A module that cannot name its own file names no icon.
-    {
-        const ScopedImport unnamed("kernel32.dll", "GetModuleFileNameW", &Nameless, GetModuleHandleW(path.c_str()));
-        LPWSTR none = nullptr;
-        EXPECT_EQ(object->GetIcon(nullptr, &none), E_FAIL);
-    }
-
     // A copy loaded from a folder whose path passes MAX_PATH still names its whole path.
     const std::wstring longPath = L"\\\\?\\" + ProgramDirectory() + std::wstring(250, L'f') + L"\\QuilletCommand.dll";
     CreateDirectoryW(longPath.substr(0, longPath.rfind(L'\\')).c_str(), nullptr);
@@ -216,6 +209,11 @@ TEST_F(ExplorerCommandTest, IconNamesAnIconOfTheModuleAtEverySizeExplorerAsks)
     const std::wstring longLocation =
         TakeString(copy.Create<IExplorerCommand>(CLSID_QuilletCommand).Get(), &IExplorerCommand::GetIcon);
     EXPECT_TRUE(longLocation.ends_with(longPath.substr(4) + location.substr(comma))) << longLocation.size();
+
+    // A module that cannot name its own file names no icon.
+    const ScopedImport unnamed("kernel32.dll", "GetModuleFileNameW", &Nameless, GetModuleHandleW(path.c_str()));
+    LPWSTR none = nullptr;
+    EXPECT_EQ(object->GetIcon(nullptr, &none), E_FAIL);
 }
 
 TEST_F(ExplorerCommandTest, StateFollowsMenuOptionSenderAndItemKinds)

@@ -261,11 +261,11 @@ void WINAPI Deleted(CRITICAL_SECTION* section)
     --g_liveSections;
     WindowsFunction<decltype(&DeleteCriticalSection)>(L"kernel32.dll", "DeleteCriticalSection")(section);
 }
-Gdiplus::Status WINAPI Started(ULONG_PTR* token, const Gdiplus::GdiplusStartupInput* input,
-                               Gdiplus::GdiplusStartupOutput* output)
+Gdiplus::Status WINAPI Started(ULONG_PTR* token, const Gdiplus::GdiplusStartupInput* in,
+                               Gdiplus::GdiplusStartupOutput* out)
 {
     ++g_liveGdiplus;
-    return WindowsFunction<decltype(&Started)>(L"gdiplus.dll", "GdiplusStartup")(token, input, output);
+    return WindowsFunction<decltype(&Started)>(L"gdiplus.dll", "GdiplusStartup")(token, in, out);
 }
 void WINAPI ShutDown(ULONG_PTR token)
 {

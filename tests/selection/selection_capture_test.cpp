@@ -39,10 +39,7 @@ struct InitializeTest : ::testing::Test {
         m_paths = m_shared.Copy();
         return hr;
     }
-    HRESULT Select(const Paths& paths)
-    {
-        return Initialize(DropDataObject::Create(WideDropFiles(paths)).Get());
-    }
+    HRESULT Select(const Paths& paths) { return Initialize(DropDataObject::Create(WideDropFiles(paths)).Get()); }
     Records Selection() const
     {
         Records records;

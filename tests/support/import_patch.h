@@ -6,6 +6,7 @@
 #include <dbghelp.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -38,11 +39,7 @@ public:
         }
         EXPECT_FALSE(m_slots.empty()) << name << " is not imported";
     }
-    ~ScopedImport()
-    {
-        for (void** slot : m_slots)
-            Store(slot, m_original);
-    }
+    ~ScopedImport() { std::ranges::for_each(m_slots, [this](void** slot) { Store(slot, m_original); }); }
     ScopedImport(const ScopedImport&) = delete;
     ScopedImport& operator=(const ScopedImport&) = delete;
 
@@ -68,14 +65,9 @@ Function WindowsFunction(const wchar_t* dll, const char* name)
 
 // Registry arguments Windows documents as reserved or limited, refused as a later Windows may
 // refuse them (Wine takes any) in what module (the test program when null) calls.
-class StrictRegistry {
-public:
+struct StrictRegistry {
     explicit StrictRegistry(HMODULE module = nullptr)
-        : m_open("advapi32.dll", "RegOpenKeyExW", &Open, module), m_set("advapi32.dll", "RegSetValueExW", &Set, module)
-    {
-    }
-
-private:
+        : open("advapi32.dll", "RegOpenKeyExW", &Open, module), set("advapi32.dll", "RegSetValueExW", &Set, module) {}
     static LONG WINAPI Open(HKEY key, LPCWSTR name, DWORD options, REGSAM access, PHKEY opened)
     {
         if (options & ~REG_OPTION_OPEN_LINK)
@@ -88,7 +80,7 @@ private:
             return ERROR_INVALID_PARAMETER;
         return WindowsFunction<decltype(&Set)>(L"advapi32.dll", "RegSetValueExW")(key, name, 0, type, data, size);
     }
-    const ScopedImport m_open, m_set;
+    const ScopedImport open, set;
 };
 
 } // namespace quillet::test
